@@ -1,0 +1,22 @@
+# Installation: headers, library, CMake package (lxbase::lxbase) and lxbase.pc.
+set(LXBASE_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/lxbase)
+
+install(TARGETS lxbase EXPORT lxbaseTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY include/lxbase include/lxmath DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT lxbaseTargets NAMESPACE lxbase:: DESTINATION ${LXBASE_CMAKE_DIR})
+
+configure_package_config_file(cmake/lxbaseConfig.cmake.in
+  ${CMAKE_CURRENT_BINARY_DIR}/lxbaseConfig.cmake
+  INSTALL_DESTINATION ${LXBASE_CMAKE_DIR})
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/lxbaseConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lxbaseConfig.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/lxbaseConfigVersion.cmake
+        DESTINATION ${LXBASE_CMAKE_DIR})
+
+configure_file(cmake/lxbase.pc.in ${CMAKE_CURRENT_BINARY_DIR}/lxbase.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lxbase.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

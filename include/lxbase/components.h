@@ -1,0 +1,6 @@
+#ifndef LXBASE_COMPONENTS_H
+#define LXBASE_COMPONENTS_H
+
+#include "lxbase/export.h"
+
+#endif

@@ -1,0 +1,6 @@
+#ifndef LXBASE_HNORMAL_RGB_H
+#define LXBASE_HNORMAL_RGB_H
+
+#include "lxbase/export.h"
+
+#endif

@@ -1,0 +1,18 @@
+#ifndef LXBASE_LXBASE_H
+#define LXBASE_LXBASE_H
+
+// Everything of namespace lxbase.
+#include "lxbase/exceptions.h"
+#include "lxbase/streams.h"
+#include "lxbase/header.h"
+#include "lxbase/files.h"
+#include "lxbase/points.h"
+#include "lxbase/records.h"
+#include "lxbase/colours.h"
+#include "lxbase/hnormal_rgb.h"
+#include "lxbase/text.h"
+#include "lxbase/uuid.h"
+#include "lxbase/date.h"
+#include "lxbase/components.h"
+
+#endif

@@ -1,0 +1,6 @@
+#ifndef LXBASE_RECORDS_H
+#define LXBASE_RECORDS_H
+
+#include "lxbase/export.h"
+
+#endif

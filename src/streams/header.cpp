@@ -1,0 +1,106 @@
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "lxbase/exceptions.h"
+#include "lxbase/header.h"
+
+namespace lxbase {
+
+namespace {
+
+constexpr std::uint32_t kPrefixSize = 16;
+
+void PutLE(char* out, std::uint64_t value, int bytes) {
+    for (int i = 0; i < bytes; ++i) out[i] = static_cast<char>((value >> (8 * i)) & 0xFF);
+}
+
+std::uint64_t GetLE(const unsigned char* in, int bytes) {
+    std::uint64_t value = 0;
+    for (int i = bytes - 1; i >= 0; --i) value = (value << 8) | in[i];
+    return value;
+}
+
+// Reads up to `bytes` (at most 8) bytes and decodes them little-endian; bytes
+// the stream did not deliver count as zero.
+std::uint64_t ReadLE(IInFileStream* stream, int bytes) {
+    unsigned char raw[8] = {};
+    stream->Read(reinterpret_cast<char*>(raw), static_cast<std::uint64_t>(bytes));
+    return GetLE(raw, bytes);
+}
+
+struct FreeDeleter {
+    void operator()(char* p) const { std::free(p); }
+};
+
+}  // namespace
+
+IOHeader::IOHeader() : identifier_(0), dataSize_(0), readVersion_(0) {}
+IOHeader::~IOHeader() = default;
+
+std::uint32_t IOHeader::Read(IInFileStream* stream) {
+    identifier_ = 0;
+    identifier_ = ReadLE(stream, 8);
+    if (stream->GetLastCount() == 0) return 0;
+    if (identifier_ != HeaderGUID()) {
+        stream->SeekBackward(stream->GetLastCount());
+        return 0;
+    }
+    readVersion_ = static_cast<std::uint32_t>(ReadLE(stream, 4));
+    dataSize_ = static_cast<std::uint32_t>(ReadLE(stream, 4));
+
+    // The data block alone decides: up to _BUFSIZE bytes use the object's
+    // buffer. A larger one takes a zeroed heap block (calloc maps large blocks
+    // lazily, so a truncated record with a huge length costs no memory).
+    char* block = buffer_;
+    std::unique_ptr<char, FreeDeleter> temporary;
+    if (dataSize_ > static_cast<std::uint32_t>(_BUFSIZE)) {
+        temporary.reset(static_cast<char*>(std::calloc(dataSize_, 1)));
+        if (!temporary) throw LXOutOfMemoryException("Cannot read stream: memory cannot be allocated");
+        block = temporary.get();
+    }
+    stream->Read(block, dataSize_);
+    const std::uint64_t got = stream->GetLastCount();
+    if (got < dataSize_ && !temporary)
+        std::memset(block + got, 0, static_cast<std::size_t>(dataSize_ - got));
+    ReadData(block);
+    return dataSize_ + kPrefixSize;
+}
+
+std::uint32_t IOHeader::Write(IOutFileStream* stream) { return Write(stream, CurrentVersion()); }
+
+std::uint32_t IOHeader::Write(IOutFileStream* stream, std::uint32_t version) {
+    if (version > CurrentVersion()) throw LXHeaderOperationException("Unsupported Header version");
+    readVersion_ = version;
+    dataSize_ = DataSizeForVersion(version);
+    identifier_ = HeaderGUID();
+    const std::uint32_t total = dataSize_ + kPrefixSize;
+
+    // The whole record decides here: up to _BUFSIZE bytes including the prefix
+    // are built in the object's buffer. The block is sized from the 64-bit sum
+    // so that a data size beyond the format's limit cannot overrun it.
+    const std::uint64_t blockSize = static_cast<std::uint64_t>(dataSize_) + kPrefixSize;
+    char* block = buffer_;
+    std::unique_ptr<char[]> temporary;
+    if (blockSize > static_cast<std::uint64_t>(_BUFSIZE)) {
+        temporary.reset(new (std::nothrow) char[static_cast<std::size_t>(blockSize)]);
+        if (!temporary) throw LXOutOfMemoryException("Cannot write to stream: memory cannot be allocated");
+        block = temporary.get();
+    }
+    PutLE(block, identifier_, 8);
+    PutLE(block + 8, readVersion_, 4);
+    PutLE(block + 12, dataSize_, 4);
+    WriteData(block + kPrefixSize, version);
+    stream->Write(block, total);
+    return total;
+}
+
+std::uint64_t IOHeader::GetGUID() const { return HeaderGUID(); }
+std::uint32_t IOHeader::GetReadVersion() const { return readVersion_; }
+bool IOHeader::IsValid() const { return identifier_ == HeaderGUID(); }
+std::uint32_t IOHeader::BaseSize() const { return kPrefixSize; }
+std::uint32_t IOHeader::HeaderSize() const { return DataSizeForVersion(CurrentVersion()) + kPrefixSize; }
+std::uint32_t IOHeader::DataSize() const { return DataSizeForVersion(CurrentVersion()); }
+
+}  // namespace lxbase
