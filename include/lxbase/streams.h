@@ -2,6 +2,7 @@
 #define LXBASE_STREAMS_H
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "lxbase/export.h"
@@ -78,7 +79,22 @@ public:
     OutMemoryStream& operator=(const OutMemoryStream& other);
     OutMemoryStream& operator=(OutMemoryStream&& other) noexcept;
 
-    void Write(const char* source, std::uint64_t count) override;
+    // Inline fast path for the common append that fits the capacity, so that
+    // small records written through a known OutMemoryStream cost a copy only.
+    void Write(const char* source, std::uint64_t count) override {
+        const std::uint64_t position = position_;
+        const std::uint64_t size = size_;
+        if (position <= size && count <= capacity_ - position) {
+            // Fields are updated before the copy: bytes written through a
+            // char pointer could alias them and force reloads otherwise.
+            unsigned char* destination = data_.get() + position;
+            position_ = position + count;
+            size_ = position + count > size ? position + count : size;
+            if (count != 0) std::memcpy(destination, source, static_cast<std::size_t>(count));
+            return;
+        }
+        WriteGrowing(source, count);
+    }
     bool SeekAbsolute(std::uint64_t position) override;
     bool SeekForward(std::uint64_t count) override;
     bool SeekBackward(std::uint64_t count) override;
@@ -95,11 +111,18 @@ public:
     std::uint64_t Capacity() const;
 
 private:
+    void WriteGrowing(const char* source, std::uint64_t count);
     void Resize(std::uint64_t size);
     void Reallocate(std::uint64_t capacity);
 
+    struct FreeBuffer {
+        void operator()(unsigned char* p) const noexcept;
+    };
+
     std::uint64_t position_ = 0;
-    std::unique_ptr<unsigned char[]> data_;
+    // malloc'd, so that growth can use realloc, which often extends the block
+    // in place (or remaps its pages) instead of copying every byte again.
+    std::unique_ptr<unsigned char, FreeBuffer> data_;
     std::uint64_t size_ = 0;
     std::uint64_t capacity_ = 0;
 };

@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <functional>
 #include <limits>
 #include <stdexcept>
@@ -82,9 +84,8 @@ OutMemoryStream& OutMemoryStream::operator=(const OutMemoryStream& other) {
     if (this == &other) return *this;
     if (other.size_ > capacity_) {
         // Like a vector's assign: storage for exactly the source's bytes.
-        std::unique_ptr<unsigned char[]> fresh(new unsigned char[other.size_]);
-        data_ = std::move(fresh);
-        capacity_ = other.size_;
+        size_ = 0;
+        Reallocate(other.size_);
     }
     if (other.size_ != 0)
         std::memcpy(data_.get(), other.data_.get(), static_cast<std::size_t>(other.size_));
@@ -107,10 +108,14 @@ OutMemoryStream& OutMemoryStream::operator=(OutMemoryStream&& other) noexcept {
 
 OutMemoryStream::~OutMemoryStream() = default;
 
+void OutMemoryStream::FreeBuffer::operator()(unsigned char* p) const noexcept { std::free(p); }
+
+// Gives the buffer `capacity` bytes (more than it has), keeping its contents.
 void OutMemoryStream::Reallocate(std::uint64_t capacity) {
-    std::unique_ptr<unsigned char[]> fresh(new unsigned char[static_cast<std::size_t>(capacity)]);
-    if (size_ != 0) std::memcpy(fresh.get(), data_.get(), static_cast<std::size_t>(size_));
-    data_ = std::move(fresh);
+    void* grown = std::realloc(data_.get(), static_cast<std::size_t>(capacity));
+    if (grown == nullptr) throw std::bad_alloc();
+    data_.release();
+    data_.reset(static_cast<unsigned char*>(grown));
     capacity_ = capacity;
 }
 
@@ -123,7 +128,8 @@ void OutMemoryStream::Resize(std::uint64_t size) {
     size_ = size;
 }
 
-void OutMemoryStream::Write(const char* source, std::uint64_t count) {
+// Every write that needs growth, zero filling or that overflows.
+void OutMemoryStream::WriteGrowing(const char* source, std::uint64_t count) {
     if (count > std::numeric_limits<std::uint64_t>::max() - position_)
         throw std::length_error("OutMemoryStream: buffer too large");
     const std::uint64_t end = position_ + count;
