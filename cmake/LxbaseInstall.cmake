@@ -18,5 +18,9 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lxbaseConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/lxbaseConfigVersion.cmake
         DESTINATION ${LXBASE_CMAKE_DIR})
 
+# The .pc file finds its prefix relative to itself, so an installed tree can be moved.
+file(RELATIVE_PATH LXBASE_PC_RELATIVE_PREFIX
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" LXBASE_PC_RELATIVE_PREFIX "${LXBASE_PC_RELATIVE_PREFIX}")
 configure_file(cmake/lxbase.pc.in ${CMAKE_CURRENT_BINARY_DIR}/lxbase.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lxbase.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
