@@ -223,3 +223,21 @@ TEST(Header, CopiesCarryFieldsAndBuffer) {
     TestHeader moved(std::move(copy));
     EXPECT_EQ(moved.GetReadVersion(), 1u);
 }
+
+TEST(Header, LengthsNearTheFormatLimitAreReadLazilyAndWrapTheResult) {
+    // A record claiming 2^32 - 16 data bytes: its length plus the prefix
+    // wraps to 0 in 32 bits, the block is mostly absent and reads as zeros.
+    TestHeader r;
+    OutMemoryStream out;
+    const unsigned char prefix[16] = {0xEF, 0xCD, 0xAB, 0x89, 0x67, 0x45, 0x23, 0x01,
+                                      1, 0, 0, 0, 0xF0, 0xFF, 0xFF, 0xFF};
+    out.Write(reinterpret_cast<const char*>(prefix), 16);
+    out.Write("abc", 3);
+    InMemoryStream in(out.GetBuffer(), out.BufferSize());
+    r.storedSize = 8;  // inspect the first bytes only
+    EXPECT_EQ(r.Read(&in), 0u);
+    EXPECT_TRUE(r.IsValid());
+    EXPECT_EQ(r.GetReadVersion(), 1u);
+    EXPECT_EQ(in.Tell(), 19u);
+    EXPECT_EQ(std::string(r.received.begin(), r.received.end()), std::string("abc\0\0\0\0\0", 8));
+}

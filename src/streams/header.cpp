@@ -36,7 +36,9 @@ struct FreeDeleter {
 
 }  // namespace
 
-IOHeader::IOHeader() : identifier_(0), dataSize_(0), readVersion_(0) {}
+// The buffer is zeroed too, so that a type whose ReadData expects more bytes
+// than a short record delivered reads zeros rather than indeterminate bytes.
+IOHeader::IOHeader() : identifier_(0), dataSize_(0), readVersion_(0), buffer_{} {}
 IOHeader::~IOHeader() = default;
 
 std::uint32_t IOHeader::Read(IInFileStream* stream) {
