@@ -2,5 +2,146 @@
 #define LXMATH_FRAME_H
 
 #include "lxbase/export.h"
+#include "lxbase/records.h"
+#include "lxmath/matrix.h"
+
+namespace lxmath {
+namespace detail {
+
+// Returns v unchanged, but opaque to the optimiser. The frame's results are
+// defined to the last bit by their order of operations; the point mappings
+// below are inline and so compiled with the caller's flags, which may allow
+// fusing a product into a multiply-add (-ffp-contract) or regrouping a sum
+// (-ffast-math). Passing every intermediate through here rules out both,
+// without costing an instruction.
+inline double Pinned(double v) {
+#if defined(__x86_64__)
+    __asm__("" : "+x"(v));
+#elif defined(__aarch64__)
+    __asm__("" : "+w"(v));
+#else
+    volatile double memory = v;
+    v = memory;
+#endif
+    return v;
+}
+
+// The one summation order of every product of the frame: the three terms in
+// the order of the summation index, left to right.
+inline double Sum3(double a0, double b0, double a1, double b1, double a2, double b2) {
+    return Pinned(Pinned(Pinned(a0 * b0) + Pinned(a1 * b1)) + Pinned(a2 * b2));
+}
+
+}  // namespace detail
+
+// A local coordinate system inside a parent system, held as the upper three
+// rows M of a homogeneous 4 x 4 matrix (row-major, element (r, c) at 4r + c):
+// columns 0, 1, 2 are the local X, Y, Z axes in parent coordinates (R),
+// column 3 the local origin (o).
+//
+// Every product sums its three terms left to right in the order of the
+// summation index, a translation term last, so results are reproducible to the
+// last bit. Nothing is checked: R is used as given, and the
+// back-propagations take its transpose as its inverse.
+class LXBASE_API Frame {
+public:
+    // The identity frame.
+    Frame();
+    Frame(const Frame& other);
+    Frame& operator=(const Frame& other);
+    // M = rows 0..2 of m, unchanged; row 3 is not read.
+    Frame(const Mat4<double>& m);
+    // R = r (row for row), origin = o.
+    Frame(const Mat3<double>& r, const Vec3<double>& o);
+    // The origin, then SetXYZAxes(x, y, z): z has no effect.
+    Frame(const Vec3<double>& origin, const Vec3<double>& x, const Vec3<double>& y,
+          const Vec3<double>& z);
+    // The records' axes become columns 0..2; the origin is zero or the
+    // translation. Values are only rearranged.
+    Frame(const lxbase::Orientation& o);
+    Frame(const lxbase::RegistrationInformation& r);
+
+    operator lxbase::Orientation() const;
+    operator lxbase::RegistrationInformation() const;
+
+    Vec3<double> GetOrigin() const;
+    Vec3<double> GetTranslation() const;
+    Vec3<double> GetXAxis() const;
+    Vec3<double> GetYAxis() const;
+    Vec3<double> GetZAxis() const;
+    // The 12 values of M as rows 0..2, row 3 = (0, 0, 0, 1).
+    Mat4<double> GetMatrix() const;
+
+    // Element (row, col) of M; no range check: row 0..2, col 0..3.
+    double& operator()(int row, int col) { return m_m[4 * row + col]; }
+    const double& operator()(int row, int col) const { return m_m[4 * row + col]; }
+
+    void SetOrigin(const Vec3<double>& o);
+    // All 12 values back to the identity frame.
+    void ResetTransform();
+
+    // The four point and vector mappings are inline: they run in the
+    // caller's loops over millions of points.
+
+    // R p + o: local point to parent coordinates.
+    Vec3<double> PropagatePoint(const Vec3<double>& p) const {
+        return Vec3<double>(detail::Pinned(RowTimes(0, p)) + m_m[3], detail::Pinned(RowTimes(1, p)) + m_m[7],
+                            detail::Pinned(RowTimes(2, p)) + m_m[11]);
+    }
+    // R v.
+    Vec3<double> PropagateVector(const Vec3<double>& v) const {
+        return Vec3<double>(RowTimes(0, v), RowTimes(1, v), RowTimes(2, v));
+    }
+    // R^T (p - o): parent point to local coordinates.
+    Vec3<double> BackPropagatePoint(const Vec3<double>& p) const {
+        return BackPropagateVector(Vec3<double>(detail::Pinned(p[0] - m_m[3]), detail::Pinned(p[1] - m_m[7]),
+                                                detail::Pinned(p[2] - m_m[11])));
+    }
+    // R^T v.
+    Vec3<double> BackPropagateVector(const Vec3<double>& v) const {
+        return Vec3<double>(ColumnTimes(0, v), ColumnTimes(1, v), ColumnTimes(2, v));
+    }
+    // f given in this frame's local system, expressed in the parent.
+    Frame PropagateFrame(const Frame& f) const;
+    // f given in the parent, expressed in this frame's local system.
+    Frame BackPropagateFrame(const Frame& f) const;
+
+    // Gram-Schmidt: X = x / |x|, Y = the part of y orthogonal to X,
+    // normalised, Z = X x Y normalised; a zero length skips its division.
+    // The origin is kept; z is not read, so the result is right-handed.
+    void SetXYZAxes(const Vec3<double>& x, const Vec3<double>& y, const Vec3<double>& z);
+    // M = t M, t taken as its upper three rows.
+    void Transform(const Mat4<double>& t);
+    // R = q R and o = q o: the frame turns about the parent's origin.
+    void Rotate(const Mat3<double>& q);
+    // Turns the frame by angle (radians, right-hand rule) about the line
+    // through p with the unit direction a, then re-orthonormalises X and Y
+    // and sets Z = X x Y. |angle| <= 1e-7 turns nothing.
+    void Rotate(const Vec3<double>& p, const Vec3<double>& a, const double& angle);
+    // o = o + v.
+    void Translate(const Vec3<double>& v);
+
+protected:
+    Frame& Copy(const Frame& other);
+    // Column 0, 1 or 2 = v, not normalised.
+    void SetXAxis(const Vec3<double>& v);
+    void SetYAxis(const Vec3<double>& v);
+    void SetZAxis(const Vec3<double>& v);
+
+private:
+    // Row i of R times v, and column i of R (row i of its transpose) times v.
+    double RowTimes(int i, const Vec3<double>& v) const {
+        return detail::Sum3(m_m[4 * i], v[0], m_m[4 * i + 1], v[1], m_m[4 * i + 2], v[2]);
+    }
+    double ColumnTimes(int i, const Vec3<double>& v) const {
+        return detail::Sum3(m_m[i], v[0], m_m[4 + i], v[1], m_m[8 + i], v[2]);
+    }
+    Vec3<double> Column(int c) const;
+    void SetColumn(int c, const Vec3<double>& v);
+
+    double m_m[12];
+};
+
+}  // namespace lxmath
 
 #endif
