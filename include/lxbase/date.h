@@ -28,7 +28,7 @@ struct LXBASE_API Date {
     // (boost::gregorian::bad_year, bad_month, bad_day_of_month,
     // boost::bad_lexical_cast, std::out_of_range, utf8::invalid_utf16...)
     // reaches the caller.
-    explicit Date(const std::u16string& text);
+    Date(const std::u16string& text);
     // A file time: 100-ns intervals since 1601-01-01 00:00:00 as its low and
     // high 32-bit halves. Microseconds are truncated; a time past
     // 9999-12-31 23:59:59.999999 throws boost::gregorian::bad_year.

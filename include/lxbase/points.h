@@ -101,6 +101,9 @@ struct LXBASE_API XYZ {
     double x = 0;
     double y = 0;
     double z = 0;
+
+    XYZ() = default;
+    XYZ(double x_, double y_, double z_) : x(x_), y(y_), z(z_) {}
 };
 
 }  // namespace lxbase

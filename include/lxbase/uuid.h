@@ -24,15 +24,15 @@ struct LXBASE_API UUID {
     UUID();
     // Copies 16 bytes from `bytes`, in order; the caller guarantees them.
     explicit UUID(const void* bytes);
-    explicit UUID(const std::string& text);
+    UUID(const std::string& text);
     // The rule applies to the 16-bit characters themselves; a character outside
     // ASCII is never a hex digit, dash or brace.
-    explicit UUID(const std::u16string& text);
+    UUID(const std::u16string& text);
     // Zero-terminated text, parsed like the string forms. These overloads keep
     // a string literal from choosing UUID(const void*); a null pointer is taken
     // as the empty text.
-    explicit UUID(const char* text);
-    explicit UUID(const char16_t* text);
+    UUID(const char* text);
+    UUID(const char16_t* text);
 
     UUID(const UUID& other) = default;
     const UUID& operator=(const UUID& other);
