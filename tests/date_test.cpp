@@ -157,3 +157,10 @@ TEST(Date, LocalText) {
 }
 
 }  // namespace
+
+// Long digit runs overflow the digit arithmetic inside the parsers unless it
+// wraps (the sanitizer build turns that into a failure); the text is refused.
+TEST(DateText, LongDigitRunsAreRefusedWithoutOverflow) {
+    EXPECT_THROW(lxbase::Date(u"24204200115T\u001102175.250"), std::exception);
+    EXPECT_THROW(lxbase::Date(u"2024-01-15 99999999999:20:30"), std::exception);
+}
