@@ -12,7 +12,8 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/build
-    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER})
+    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
+    "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/lib ${WORK_DIR}/build/consumer)
 
@@ -26,6 +27,8 @@ if(PKG_CONFIG)
     message(FATAL_ERROR "pkg-config does not know lxbase")
   endif()
   separate_arguments(flags UNIX_COMMAND "${flags}")
-  run(${CXX_COMPILER} -std=c++17 ${CONSUMER_DIR}/consumer.cpp ${flags} -o ${WORK_DIR}/consumer_pc)
+  # The consumer is built like the library (a sanitizer build needs its runtime).
+  separate_arguments(extra UNIX_COMMAND "${CXX_FLAGS}")
+  run(${CXX_COMPILER} ${extra} -std=c++17 ${CONSUMER_DIR}/consumer.cpp ${flags} -o ${WORK_DIR}/consumer_pc)
   run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/lib ${WORK_DIR}/consumer_pc)
 endif()

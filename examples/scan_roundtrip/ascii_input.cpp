@@ -1,0 +1,303 @@
+#include "ascii_input.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <ios>
+
+namespace scan {
+
+namespace {
+
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+
+struct FormatInfo {
+    TextFormat format;
+    const char* name;
+    const char* columns;
+    int count;
+};
+
+constexpr FormatInfo kFormats[] = {
+    {TextFormat::Auto, "auto", "x y z [r g b] [nx ny nz]", 0},
+    {TextFormat::Xyz, "xyz", "x y z", 3},
+    {TextFormat::XyzRgb, "xyzrgb", "x y z r g b", 6},
+    {TextFormat::XyzNormal, "xyznormal", "x y z nx ny nz", 6},
+    {TextFormat::XyzRgbNormal, "xyzrgbnormal", "x y z r g b nx ny nz", 9},
+};
+
+const FormatInfo& Info(TextFormat format) { return kFormats[static_cast<int>(format)]; }
+
+const char* SkipBlanks(const char* p, const char* end) {
+    while (p != end && IsBlank(*p)) ++p;
+    return p;
+}
+
+const char* TokenEnd(const char* p, const char* end) {
+    while (p != end && !IsBlank(*p)) ++p;
+    return p;
+}
+
+std::string_view StripCarriageReturn(std::string_view line) {
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    return line;
+}
+
+// "value 4 ('1,5')": which value of the line and what it holds, cut short
+// when long.
+std::string Quote(int index, const char* begin, const char* end) {
+    std::string token(begin, static_cast<std::size_t>(end - begin > 40 ? 40 : end - begin));
+    if (end - begin > 40) token += "...";
+    return "value " + std::to_string(index + 1) + " ('" + token + "')";
+}
+
+// One number starting at p (blanks skipped by the caller). std::from_chars
+// takes no leading '+', so one is skipped here. Returns the end of the token.
+const char* ParseReal(const char* p, const char* end, int index, double& value) {
+    const char* begin = p;
+    if (p != end && *p == '+' && p + 1 != end && p[1] != '-') ++p;
+    if (const char* stop = ParsePlainDecimal(p, end, value)) return stop;
+    const auto [stop, error] = std::from_chars(p, end, value);
+    if (error == std::errc::result_out_of_range)
+        throw ScanError(Quote(index, begin, TokenEnd(begin, end)) + " is out of range");
+    if (error != std::errc() || (stop != end && !IsBlank(*stop)))
+        throw ScanError(Quote(index, begin, TokenEnd(begin, end)) + " is not a number");
+    if (!std::isfinite(value))
+        throw ScanError(Quote(index, begin, TokenEnd(begin, end)) + " is not a finite number");
+    return stop;
+}
+
+const char* ParseChannel(const char* p, const char* end, int index, unsigned char& channel) {
+    unsigned value = 0;
+    const auto [stop, error] = std::from_chars(p, end, value);
+    if (error != std::errc() || (stop != end && !IsBlank(*stop)) || value > 255)
+        throw ScanError(Quote(index, p, TokenEnd(p, end)) + " is not a colour value (an integer 0..255)");
+    channel = static_cast<unsigned char>(value);
+    return stop;
+}
+
+// Splits a line into at most `capacity` token ranges; returns how many
+// tokens the line holds (possibly more than capacity).
+int SplitTokens(std::string_view line, const char** begins, const char** ends, int capacity) {
+    const char* p = line.data();
+    const char* end = p + line.size();
+    int count = 0;
+    for (p = SkipBlanks(p, end); p != end; p = SkipBlanks(p, end)) {
+        const char* stop = TokenEnd(p, end);
+        if (count < capacity) {
+            begins[count] = p;
+            ends[count] = stop;
+        }
+        ++count;
+        p = stop;
+    }
+    return count;
+}
+
+// Whether a whole token is a finite number (a leading '+' allowed).
+bool IsReal(const char* begin, const char* end, double& value) {
+    if (begin != end && *begin == '+') ++begin;
+    const auto [stop, error] = std::from_chars(begin, end, value);
+    return error == std::errc() && stop == end && std::isfinite(value);
+}
+
+bool IsByte(const char* begin, const char* end) {
+    unsigned value = 0;
+    const auto [stop, error] = std::from_chars(begin, end, value);
+    return error == std::errc() && stop == end && value <= 255;
+}
+
+}  // namespace
+
+const char* ParsePlainDecimal(const char* p, const char* end, double& value) {
+    // Exact powers of ten: every one up to 10^22 is a double.
+    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const bool negative = p != end && *p == '-';
+    if (negative) ++p;
+    std::uint64_t digits = 0;
+    int count = 0, decimals = 0;
+    for (; p != end && *p >= '0' && *p <= '9'; ++p, ++count) digits = digits * 10 + static_cast<unsigned>(*p - '0');
+    if (p != end && *p == '.') {
+        for (++p; p != end && *p >= '0' && *p <= '9'; ++p, ++count, ++decimals)
+            digits = digits * 10 + static_cast<unsigned>(*p - '0');
+    }
+    // 19 digits cannot overflow 64 bits; the rest must be exact doubles.
+    if (count == 0 || count > 19 || decimals > 22 || digits > (std::uint64_t{1} << 53)) return nullptr;
+    if (p != end && !IsBlank(*p)) return nullptr;  // an exponent, or not a number
+    const double magnitude = static_cast<double>(digits) / kPowers[decimals];
+    value = negative ? -magnitude : magnitude;
+    return p;
+}
+
+bool ParseFormatName(std::string_view name, TextFormat& format) {
+    for (const FormatInfo& info : kFormats) {
+        if (name == info.name) {
+            format = info.format;
+            return true;
+        }
+    }
+    return false;
+}
+
+const char* FormatName(TextFormat format) { return Info(format).name; }
+const char* FormatColumns(TextFormat format) { return Info(format).columns; }
+int ValueCount(TextFormat format) { return Info(format).count; }
+bool FormatHasColour(TextFormat format) {
+    return format == TextFormat::XyzRgb || format == TextFormat::XyzRgbNormal;
+}
+bool FormatHasNormal(TextFormat format) {
+    return format == TextFormat::XyzNormal || format == TextFormat::XyzRgbNormal;
+}
+
+bool IsSkippedLine(std::string_view line) {
+    line = StripCarriageReturn(line);
+    const char* p = SkipBlanks(line.data(), line.data() + line.size());
+    return p == line.data() + line.size() || *p == '#';
+}
+
+TextFormat DetectFormat(std::string_view line) {
+    line = StripCarriageReturn(line);
+    const char* begins[9];
+    const char* ends[9];
+    const int count = SplitTokens(line, begins, ends, 9);
+    if (count == 3) return TextFormat::Xyz;
+    if (count == 9) return TextFormat::XyzRgbNormal;
+    if (count != 6)
+        throw ScanError(std::to_string(count) +
+                        " values; a point line holds 3, 6 or 9 (x y z [r g b] [nx ny nz])");
+    double v[3];
+    const bool real = IsReal(begins[3], ends[3], v[0]) && IsReal(begins[4], ends[4], v[1]) &&
+                      IsReal(begins[5], ends[5], v[2]);
+    if (real && std::fabs((v[0] * v[0] + v[1] * v[1]) + v[2] * v[2] - 1.0) <= 0.02)
+        return TextFormat::XyzNormal;
+    if (IsByte(begins[3], ends[3]) && IsByte(begins[4], ends[4]) && IsByte(begins[5], ends[5]))
+        return TextFormat::XyzRgb;
+    throw ScanError("cannot tell whether the 6 values are x y z r g b or x y z nx ny nz; "
+                    "use --format");
+}
+
+void ParseLine(std::string_view line, TextFormat format, LocalRecord& record) {
+    line = StripCarriageReturn(line);
+    const char* p = line.data();
+    const char* end = p + line.size();
+    const int count = ValueCount(format);
+    int index = 0;
+    auto next = [&]() {
+        p = SkipBlanks(p, end);
+        if (p == end)
+            throw ScanError("expected " + std::to_string(count) + " values (" + FormatColumns(format) +
+                            "), found " + std::to_string(index));
+    };
+    double* position = record.position.ToArray();
+    for (; index < 3; ++index) {
+        next();
+        p = ParseReal(p, end, index, position[index]);
+    }
+    record.hasColour = FormatHasColour(format);
+    if (record.hasColour) {
+        next();
+        p = ParseChannel(p, end, index++, record.red);
+        next();
+        p = ParseChannel(p, end, index++, record.green);
+        next();
+        p = ParseChannel(p, end, index++, record.blue);
+    }
+    record.hasNormal = false;
+    if (FormatHasNormal(format)) {
+        double* normal = record.normal.ToArray();
+        for (int axis = 0; axis < 3; ++axis, ++index) {
+            next();
+            p = ParseReal(p, end, index, normal[axis]);
+        }
+        // A zero vector stands for "no normal" in many exports.
+        record.hasNormal = normal[0] != 0.0 || normal[1] != 0.0 || normal[2] != 0.0;
+    }
+    if (SkipBlanks(p, end) != end)
+        throw ScanError("more than " + std::to_string(count) + " values (" + FormatColumns(format) + ")");
+}
+
+namespace {
+
+// Opens the file with `buffer` as its FILE buffer: large reads instead of
+// one system call every 4 KiB. setvbuf must come before any other I/O.
+lxbase::LargeIfstream OpenText(const std::string& path, char* buffer, std::size_t size) {
+    errno = 0;
+    try {
+        lxbase::LargeIfstream file(path);
+        std::setvbuf(file.GetFILE(), buffer, _IOFBF, size);
+        return file;
+    } catch (const lxbase::LXFileNotOpenException&) {
+        const int saved = errno;
+        throw ScanError(path + ": cannot open: " + OpenFailureReason(path, saved));
+    }
+}
+
+}  // namespace
+
+AsciiSource::AsciiSource(const std::string& path, TextFormat format)
+    : path_(path),
+      buffer_(new char[kBufferSize]),
+      file_(OpenText(path, buffer_.get(), kBufferSize)),
+      fileSize_(file_.GetFileSize()),
+      format_(format) {}
+
+bool AsciiSource::HasColour() const { return FormatHasColour(format_); }
+
+void AsciiSource::Fail(const std::string& message) const {
+    throw ScanError(path_ + ":" + std::to_string(lineNumber_) + ": " + message);
+}
+
+bool AsciiSource::ReadLine(std::string_view& line) {
+    file_.Getline(line_, kMaxLine);
+    const std::ios_base::iostate state = file_.GetState();
+    const std::size_t length = std::strlen(line_);
+    if ((state & std::ios_base::failbit) != 0) {
+        if (length == 0 && (state & std::ios_base::eofbit) != 0) {
+            if (std::ferror(file_.GetFILE()) != 0)
+                throw ScanError(path_ + ": read error after line " + std::to_string(lineNumber_) + ": " +
+                                std::strerror(errno));
+            return false;
+        }
+        ++lineNumber_;
+        Fail("line longer than " + std::to_string(kMaxLine - 1) + " bytes; not a text point file?");
+    }
+    ++lineNumber_;
+    line = std::string_view(line_, length);
+    return true;
+}
+
+bool AsciiSource::Next(LocalRecord& record) {
+    std::string_view line;
+    do {
+        if (!ReadLine(line)) return false;
+    } while (IsSkippedLine(line));
+    try {
+        if (format_ == TextFormat::Auto) {
+            format_ = DetectFormat(line);
+            detected_ = true;
+        }
+        ParseLine(line, format_, record);
+    } catch (const ScanError& error) {
+        Fail(error.what());
+    }
+    if (++points_ == kEstimateAfter) {
+        // Lines of one file are of similar length: the first ones tell how
+        // many follow, so the point array is allocated about once.
+        const std::uint64_t consumed = file_.Tell();
+        if (consumed != 0 && consumed <= fileSize_)
+            estimate_ = static_cast<std::uint64_t>(static_cast<double>(fileSize_) / consumed *
+                                                   kEstimateAfter * 1.02) + 64;
+    }
+    record.intensity = 0;
+    return true;
+}
+
+double AsciiSource::Fraction() {
+    const std::uint64_t position = file_.Tell();
+    return fileSize_ == 0 || position > fileSize_ ? 1.0 : static_cast<double>(position) / fileSize_;
+}
+
+}  // namespace scan
