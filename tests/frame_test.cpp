@@ -135,6 +135,13 @@ TEST(Frame, MappingsSumLeftToRightWithTranslationLast) {
     EXPECT_EQ(t.BackPropagateVector(V(1, 1, 1))[0], 0.0);
     EXPECT_EQ(t.BackPropagatePoint(V(1, 1, 1))[0], 0.0);
     EXPECT_EQ(t.BackPropagateFrame(Frame(Mat3<double>(), V(1, 1, 1)))(0, 3), 0.0);
+    // Transform (t M, its translation last) and Rotate(q) (q M) sum the same way.
+    Frame moved(Mat3<double>(), V(1, 1, 1));
+    moved.Transform(Mat4<double>(1, 1e16, -1e16, 0.5, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1));
+    EXPECT_EQ(moved(0, 3), 0.5);
+    Frame turned(Mat3<double>(), V(1, 1, 1));
+    turned.Rotate(Mat3<double>(1, 1e16, -1e16, 0, 1, 0, 0, 0, 1));
+    EXPECT_EQ(turned(0, 3), 0.0);
 
     // An orthonormal frame maps back and forth; a sheared one does not.
     Frame pose;

@@ -3,13 +3,17 @@
 
 // Small fixed-size vector and matrix value types used by lxmath::Frame.
 // They only hold and address their elements; all geometry (with its fixed
-// summation order) lives in Frame.
+// summation order) lives in Frame. The library instantiates them for double.
+
+#include <cstddef>
+
+#include "lxbase/export.h"
 
 namespace lxmath {
 
 // Three components 0, 1, 2 (x, y, z); zero by default.
 template <typename T>
-class Vec3 {
+class LXBASE_API Vec3 {
 public:
     Vec3() : m_v{T(0), T(0), T(0)} {}
     Vec3(T x, T y, T z) : m_v{x, y, z} {}
@@ -27,7 +31,7 @@ private:
 // Square N x N matrix stored row-major: element (r, c) at index N*r + c;
 // the identity by default.
 template <typename T, int N>
-class SquareMatrix {
+class LXBASE_API SquareMatrix {
 public:
     SquareMatrix() {
         for (int i = 0; i < N * N; ++i) m_v[i] = (i % (N + 1) == 0) ? T(1) : T(0);
@@ -42,12 +46,12 @@ public:
     const T* data() const { return m_v; }
 
 protected:
-    T m_v[N * N];
+    T m_v[static_cast<std::size_t>(N * N)];
 };
 
 // 3 x 3 matrix, nine values row-major.
 template <typename T>
-class Mat3 : public SquareMatrix<T, 3> {
+class LXBASE_API Mat3 : public SquareMatrix<T, 3> {
 public:
     Mat3() = default;
     Mat3(T m00, T m01, T m02,
@@ -64,7 +68,7 @@ public:
 // linear part is rows/columns 0..2, the translation column 3 (indices 3, 7,
 // 11) and row 3 is (0, 0, 0, 1).
 template <typename T>
-class Mat4 : public SquareMatrix<T, 4> {
+class LXBASE_API Mat4 : public SquareMatrix<T, 4> {
 public:
     Mat4() = default;
     Mat4(T m00, T m01, T m02, T m03,
@@ -78,6 +82,12 @@ public:
         v[12] = m30; v[13] = m31; v[14] = m32; v[15] = m33;
     }
 };
+
+extern template class Vec3<double>;
+extern template class SquareMatrix<double, 3>;
+extern template class SquareMatrix<double, 4>;
+extern template class Mat3<double>;
+extern template class Mat4<double>;
 
 }  // namespace lxmath
 

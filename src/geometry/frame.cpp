@@ -92,6 +92,12 @@ lxbase::XYZ ToXYZ(const V3& v) {
 
 }  // namespace
 
+template class Vec3<double>;
+template class SquareMatrix<double, 3>;
+template class SquareMatrix<double, 4>;
+template class Mat3<double>;
+template class Mat4<double>;
+
 Frame::Frame() { ResetTransform(); }
 
 Frame::Frame(const Frame& other) { Copy(other); }
