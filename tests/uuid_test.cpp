@@ -3,6 +3,7 @@
 #include <boost/exception/exception.hpp>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "lxbase/uuid.h"
@@ -33,6 +34,7 @@ TEST(Uuid, AcceptedForms) {
     EXPECT_EQ(static_cast<std::string>(expected), kText);
     EXPECT_EQ(static_cast<std::u16string>(expected), Widen(kText));
     EXPECT_EQ(expected.ToBytes(), std::vector<unsigned char>(kBytes, kBytes + 16));
+    EXPECT_TRUE((std::is_convertible<const void*, UUID>::value));  // raw bytes convert implicitly
     // Empty (and null) text is the zero identifier, but not valid text.
     for (const UUID& zero : {UUID(std::string()), UUID(std::u16string()), UUID(""), UUID(u""),
                              UUID(static_cast<const char*>(nullptr)), UUID(static_cast<const char16_t*>(nullptr)),

@@ -23,7 +23,8 @@ struct LXBASE_API UUID {
     // All zero.
     UUID();
     // Copies 16 bytes from `bytes`, in order; the caller guarantees them.
-    explicit UUID(const void* bytes);
+    // Implicit, like the text constructors: `UUID id = bytes;` is valid.
+    UUID(const void* bytes);
     UUID(const std::string& text);
     // The rule applies to the 16-bit characters themselves; a character outside
     // ASCII is never a hex digit, dash or brace.

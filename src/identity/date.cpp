@@ -54,14 +54,17 @@ ptime FromFileTime(std::uint64_t count) {
 
 // Boost's signed 64-bit tick count: -infinity is the lowest count, then real
 // times in order, not-a-date-time one below the highest, +infinity the highest.
-// ptime's own operators treat not-a-date-time as unordered instead.
+// ptime's own operators treat not-a-date-time as unordered instead. Real times
+// count from 1400-01-01, an offset that keeps their order; the difference is
+// pure tick arithmetic, so it also holds for a time that the delimited reader
+// carried past either end of the calendar (e.g. "9999-12-31 24:00:00"), whose
+// date() would throw bad_year.
 std::int64_t TickCount(const ptime& time) {
     if (time.is_neg_infinity()) return std::numeric_limits<std::int64_t>::min();
     if (time.is_not_a_date_time()) return std::numeric_limits<std::int64_t>::max() - 1;
     if (time.is_pos_infinity()) return std::numeric_limits<std::int64_t>::max();
-    const std::int64_t ticksPerDay = boost::posix_time::time_duration::ticks_per_second() * 86400;
-    return static_cast<std::int64_t>(time.date().day_number()) * ticksPerDay +
-           time.time_of_day().ticks();
+    static const ptime origin(boost::posix_time::min_date_time);
+    return (time - origin).ticks();
 }
 
 }  // namespace
