@@ -107,6 +107,7 @@ TEST(lxInFile, ReadEndOfFileRuleSeeksAndSize) {
     EXPECT_FALSE(in.SeekForward(std::numeric_limits<std::int64_t>::max()));
     EXPECT_FALSE(in.SeekBackward(kAllBits));
     EXPECT_FALSE(in.SeekEnd(std::uint64_t{1} << 63));
+    EXPECT_FALSE(in.SeekEnd(std::numeric_limits<std::int64_t>::max()));
     EXPECT_EQ(in.Tell(), 7u);
 }
 

@@ -222,6 +222,31 @@ TEST(Header, CopiesCarryFieldsAndBuffer) {
     EXPECT_TRUE(copy.IsValid());
     TestHeader moved(std::move(copy));
     EXPECT_EQ(moved.GetReadVersion(), 1u);
+    TestHeader other;
+    other.Write(&out, 2);
+    IOHeader& base = moved;  // the base's assignments are public like any
+    base = other;
+    EXPECT_EQ(moved.GetReadVersion(), 2u);
+}
+
+TEST(Header, ShortPrefixReplacesOnlyTheDeliveredBytesOfEachField) {
+    // A record with version 0xAABB0002 and 12 data bytes, then one whose
+    // stream ends 2 bytes into the version: the version's other bytes and the
+    // whole data size stay from the first read.
+    const unsigned char full[28] = {0xEF, 0xCD, 0xAB, 0x89, 0x67, 0x45, 0x23, 0x01,
+                                    2, 0, 0xBB, 0xAA, 12, 0, 0, 0, 'd', 'a', 't', 'a'};
+    TestHeader r;
+    r.storedSize = 12;
+    InMemoryStream first(full, sizeof full);
+    ASSERT_EQ(r.Read(&first), 28u);
+    EXPECT_EQ(r.GetReadVersion(), 0xAABB0002u);
+    unsigned char cut[10];
+    std::memcpy(cut, full, 10);
+    cut[8] = 5;
+    InMemoryStream second(cut, sizeof cut);
+    EXPECT_EQ(r.Read(&second), 28u);
+    EXPECT_EQ(r.GetReadVersion(), 0xAABB0005u);
+    EXPECT_EQ(std::string(r.received.begin(), r.received.end()), std::string(12, '\0'));
 }
 
 TEST(Header, LengthsNearTheFormatLimitAreReadLazilyAndWrapTheResult) {

@@ -169,6 +169,22 @@ TEST(OutMemoryStream, WriteFromItsOwnBufferSurvivesGrowth) {
     out.Write(text.data(), text.size());
     out.Write(out.GetBuffer(), 1000);  // needs 2000 > 1024: reallocates
     EXPECT_EQ(Bytes(out), text + text);
+
+    // Source and destination overlapping, in place and across growth: the
+    // bytes written are the source's bytes as they were before the write.
+    OutMemoryStream shift;
+    shift.Write("0123456789", 10);
+    shift.SeekAbsolute(2);
+    shift.Write(shift.GetBuffer(), 6);
+    EXPECT_EQ(Bytes(shift), "0101234589");
+    shift.SeekAbsolute(1);
+    shift.Write(shift.GetBuffer() + 3, 7);
+    EXPECT_EQ(Bytes(shift), "0123458989");
+    OutMemoryStream grow;
+    grow.Write(text.data(), text.size());
+    grow.SeekAbsolute(500);
+    grow.Write(grow.GetBuffer() + 100, 800);  // 1300 > 1024: reallocates
+    EXPECT_EQ(Bytes(grow), text.substr(0, 500) + text.substr(100, 800));
 }
 
 TEST(OutMemoryStream, CopiesAreDeepAndSized) {
@@ -192,7 +208,8 @@ TEST(OutMemoryStream, CopiesAreDeepAndSized) {
     c = a;
     EXPECT_EQ(Bytes(c), "hello");
     EXPECT_EQ(c.Tell(), 3u);
-    c = c;
+    const OutMemoryStream& self = c;
+    c = self;
     EXPECT_EQ(Bytes(c), "hello");
     emptyCopy = a;
     EXPECT_EQ(Bytes(emptyCopy), "hello");

@@ -12,6 +12,8 @@ namespace lxbase {
 // four derived types; what() is exactly the message given at construction.
 struct LXBASE_API LXException : std::exception {
     explicit LXException(const std::string& message);
+    LXException(const LXException&) = default;
+    LXException& operator=(const LXException&) = default;
     ~LXException() override;
     const char* what() const noexcept override;
 

@@ -32,12 +32,14 @@ struct LXBASE_API IOHeader {
     virtual void ReadData(const char* data) = 0;
     virtual void WriteData(char* data, std::uint32_t version) const = 0;
 
-protected:
-    IOHeader();
+    // Copies and moves alike take the three fields and the whole buffer.
     IOHeader(const IOHeader&) = default;
     IOHeader(IOHeader&&) = default;
     IOHeader& operator=(const IOHeader&) = default;
     IOHeader& operator=(IOHeader&&) = default;
+
+protected:
+    IOHeader();
     std::uint32_t DataSize() const;
     ~IOHeader();  // not virtual: a header is destroyed through its own type
 

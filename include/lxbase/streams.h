@@ -90,7 +90,8 @@ public:
             unsigned char* destination = data_.get() + position;
             position_ = position + count;
             size_ = position + count > size ? position + count : size;
-            if (count != 0) std::memcpy(destination, source, static_cast<std::size_t>(count));
+            // memmove: the source may be a part of this very buffer.
+            if (count != 0) std::memmove(destination, source, static_cast<std::size_t>(count));
             return;
         }
         WriteGrowing(source, count);

@@ -87,7 +87,13 @@ bool SeekAbsolute(std::FILE* file, std::uint64_t position) {
 
 bool SeekEnd(std::FILE* file, std::uint64_t offset) {
     if (offset <= kMaxOffset) {
-        return fseeko(file, 0, SEEK_END) == 0 && SeekForward(file, offset);
+        // A target beyond the range of off_t fails without moving, as every
+        // failed seek of the C library does.
+        const std::uint64_t position = Tell(file);
+        if (fseeko(file, 0, SEEK_END) != 0) return false;
+        if (SeekForward(file, offset)) return true;
+        SeekAbsolute(file, position);
+        return false;
     }
     // Two's complement reading of the 64 bits without an out-of-range
     // conversion: above INT64_MAX, ~offset is the magnitude minus one.

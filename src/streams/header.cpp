@@ -16,18 +16,22 @@ void PutLE(char* out, std::uint64_t value, int bytes) {
     for (int i = 0; i < bytes; ++i) out[i] = static_cast<char>((value >> (8 * i)) & 0xFF);
 }
 
-std::uint64_t GetLE(const unsigned char* in, int bytes) {
+std::uint64_t GetLE(const char* in, int bytes) {
     std::uint64_t value = 0;
-    for (int i = bytes - 1; i >= 0; --i) value = (value << 8) | in[i];
+    for (int i = bytes - 1; i >= 0; --i) value = (value << 8) | static_cast<unsigned char>(in[i]);
     return value;
 }
 
-// Reads up to `bytes` (at most 8) bytes and decodes them little-endian; bytes
-// the stream did not deliver count as zero.
-std::uint64_t ReadLE(IInFileStream* stream, int bytes) {
-    unsigned char raw[8] = {};
-    stream->Read(reinterpret_cast<char*>(raw), static_cast<std::uint64_t>(bytes));
-    return GetLE(raw, bytes);
+// Reads the bytes of a field, little-endian, over its current value. A
+// read straight into the field replaces only the bytes the stream
+// delivers, so those it did not deliver keep the field's old value.
+template <class Field>
+void ReadLE(IInFileStream* stream, Field& field) {
+    constexpr int bytes = sizeof(Field);
+    char raw[bytes];
+    PutLE(raw, field, bytes);
+    stream->Read(raw, bytes);
+    field = static_cast<Field>(GetLE(raw, bytes));
 }
 
 struct FreeDeleter {
@@ -43,14 +47,14 @@ IOHeader::~IOHeader() = default;
 
 std::uint32_t IOHeader::Read(IInFileStream* stream) {
     identifier_ = 0;
-    identifier_ = ReadLE(stream, 8);
+    ReadLE(stream, identifier_);
     if (stream->GetLastCount() == 0) return 0;
     if (identifier_ != HeaderGUID()) {
         stream->SeekBackward(stream->GetLastCount());
         return 0;
     }
-    readVersion_ = static_cast<std::uint32_t>(ReadLE(stream, 4));
-    dataSize_ = static_cast<std::uint32_t>(ReadLE(stream, 4));
+    ReadLE(stream, readVersion_);
+    ReadLE(stream, dataSize_);
 
     // The data block alone decides: up to _BUFSIZE bytes use the object's
     // buffer. A larger one takes a zeroed heap block (calloc maps large blocks

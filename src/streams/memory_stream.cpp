@@ -151,7 +151,7 @@ void OutMemoryStream::WriteGrowing(const char* source, std::uint64_t count) {
             std::memset(data_.get() + size_, 0, static_cast<std::size_t>(position_ - size_));
         size_ = end;
     }
-    if (count != 0) std::memcpy(data_.get() + position_, source, static_cast<std::size_t>(count));
+    if (count != 0) std::memmove(data_.get() + position_, source, static_cast<std::size_t>(count));
     position_ = end;
 }
 
