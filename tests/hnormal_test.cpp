@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "bit_patterns.h"
+
 #include "lxbase/hnormal_rgb.h"
 #include "../src/colour/normal_code.h"
 
@@ -34,17 +36,8 @@ Point Decode(std::uint16_t code) {
     return record.GetNormal();
 }
 
-std::uint32_t Bits(float value) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
-
-float FloatFromBits(std::uint32_t bits) {
-    float value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
+using testbits::Bits;
+using testbits::FloatFromBits;
 
 void ExpectNear(const Point& p, float x, float y, float z) {
     EXPECT_NEAR(p.x, x, 5e-5f);

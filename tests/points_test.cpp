@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "bit_patterns.h"
+
 #include <algorithm>
 #include <cfloat>
 #include <climits>
@@ -17,17 +19,8 @@ using P = tBaseXYZPoint<double>;
 
 namespace {
 
-template <typename T> auto Bits(T v) {
-    std::conditional_t<sizeof(T) == 8, std::uint64_t, std::uint32_t> u;
-    std::memcpy(&u, &v, sizeof u);
-    return u;
-}
-
-double FromBits(std::uint64_t u) {
-    double v;
-    std::memcpy(&v, &u, sizeof v);
-    return v;
-}
+using testbits::Bits;
+using testbits::FromBits;
 
 // The Z-order comparison spelled out with frexp, one step at a time.
 bool ReferenceLess(const double* a, const double* b) {
