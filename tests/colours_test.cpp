@@ -218,10 +218,12 @@ TEST(HSLColour, ConversionValues) {
 TEST(HSLColour, FloatConstructorTruncatesAndWraps) {
     // -182.04 truncates to -182; 131070; 98302.5 truncates to 98302.
     EXPECT_EQ(Fields(HSLType(-1.0f, 2.0f, 1.5f)), std::make_tuple(65354, 65534, 32766));
-    // Beyond the 32-bit range the wrap modulo 65536 goes on: 6108304725.33,
-    // 0xFEFF0100, -0xFEFF0100.
-    EXPECT_EQ(Fields(HSLType(33554432.0f, 65280.0f, -65280.0f)), std::make_tuple(21845, 256, 65280));
-    EXPECT_EQ(HSLType(-33554432.0f, 0.0f, 0.0f).hue, 43691);
+    // Just inside the 32-bit range still wraps; beyond it (6108304725.33,
+    // 0xFEFF0100, -0xFEFF0100) no 32-bit integer holds the value: 0.
+    // (32767 x 65535 rounds to 2147385344 = 0x7FFE8000 in single precision.)
+    EXPECT_EQ(Fields(HSLType(0.0f, 32767.0f, -32767.0f)), std::make_tuple(0, 32768, 32768));
+    EXPECT_EQ(Fields(HSLType(33554432.0f, 65280.0f, -65280.0f)), std::make_tuple(0, 0, 0));
+    EXPECT_EQ(HSLType(-33554432.0f, 0.0f, 0.0f).hue, 0);
     const float inf = std::numeric_limits<float>::infinity();
     EXPECT_EQ(Fields(HSLType(std::nanf(""), inf, -inf)), std::make_tuple(0, 0, 0));
     EXPECT_EQ(HSLType(inf, 0.0f, 0.0f).hue, 0);

@@ -11,17 +11,15 @@ static_assert(sizeof(HSLType) == 6, "an HSL colour is three 16-bit fields");
 
 namespace {
 
-// Low 16 bits of x truncated toward zero. Inside the 32-bit range this is the
-// conversion to a 32-bit integer and its low 16 bits. Beyond that range the
-// same wrap modulo 65536 continues (fmod of an integral double is exact), so
-// the result stays periodic in the input; NaN and infinities give 0.
+// Low 16 bits of x truncated toward zero to a 32-bit integer. A value that no
+// 32-bit integer holds (beyond the range, infinite or NaN) gives 0, the low
+// bits of the processor's "integer indefinite" result, as the grey level of
+// an out-of-range float colour does.
 std::uint16_t WrapTo16(double x) {
     if (x > -2147483649.0 && x < 2147483648.0) {
         return static_cast<std::uint16_t>(static_cast<std::int32_t>(x));
     }
-    if (!std::isfinite(x)) return 0;
-    const double wrapped = std::fmod(std::trunc(x), 65536.0);  // integral, in (-65536, 65536)
-    return static_cast<std::uint16_t>(static_cast<std::int32_t>(wrapped));
+    return 0;
 }
 
 // floor(x + 0.5), clamped to 0..bound (NaN gives 0), as an integer.
