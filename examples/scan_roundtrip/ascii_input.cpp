@@ -49,16 +49,44 @@ std::string_view StripCarriageReturn(std::string_view line) {
 // when long.
 std::string Quote(int index, const char* begin, const char* end) {
     std::string token(begin, static_cast<std::size_t>(end - begin > 40 ? 40 : end - begin));
+    // A control byte (a zero byte of a binary file) is shown as '?'.
+    for (char& c : token)
+        if (static_cast<unsigned char>(c) < 0x20 && c != '\t') c = '?';
     if (end - begin > 40) token += "...";
     return "value " + std::to_string(index + 1) + " ('" + token + "')";
 }
 
-// One number starting at p (blanks skipped by the caller). std::from_chars
-// takes no leading '+', so one is skipped here. Returns the end of the token.
-const char* ParseReal(const char* p, const char* end, int index, double& value) {
-    const char* begin = p;
-    if (p != end && *p == '+' && p + 1 != end && p[1] != '-') ++p;
-    if (const char* stop = ParsePlainDecimal(p, end, value)) return stop;
+// ParsePlainDecimal, inlined into the line parser.
+[[gnu::always_inline]] inline const char* PlainDecimal(const char* p, const char* end, double& value) {
+    // Exact powers of ten: every one up to 10^22 is a double.
+    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    // The sign is taken and applied without branches: signs vary at random
+    // from number to number, where a branch would be mispredicted often.
+    const bool negative = p != end && *p == '-';
+    p += negative;
+    std::uint64_t digits = 0;
+    int count = 0, decimals = 0;
+    for (; p != end && *p >= '0' && *p <= '9'; ++p, ++count) digits = digits * 10 + static_cast<unsigned>(*p - '0');
+    if (p != end && *p == '.') {
+        for (++p; p != end && *p >= '0' && *p <= '9'; ++p, ++count, ++decimals)
+            digits = digits * 10 + static_cast<unsigned>(*p - '0');
+    }
+    // 19 digits cannot overflow 64 bits; the rest must be exact doubles.
+    if (count == 0 || count > 19 || decimals > 22 || digits > (std::uint64_t{1} << 53)) return nullptr;
+    if (p != end && !IsBlank(*p)) return nullptr;  // an exponent, or not a number
+    const double magnitude = static_cast<double>(digits) / kPowers[decimals];
+    std::uint64_t bits;  // magnitude is +0 or more: setting the sign bit negates it
+    std::memcpy(&bits, &magnitude, sizeof bits);
+    bits |= std::uint64_t{negative} << 63;
+    std::memcpy(&value, &bits, sizeof value);
+    return p;
+}
+
+// The route of ParseReal for what is not a plain decimal: exponents, long
+// numbers, faults. Out of line, so that the plain route stays small.
+[[gnu::noinline]] const char* ParseOtherReal(const char* begin, const char* p, const char* end, int index,
+                                             double& value) {
     const auto [stop, error] = std::from_chars(p, end, value);
     if (error == std::errc::result_out_of_range)
         throw ScanError(Quote(index, begin, TokenEnd(begin, end)) + " is out of range");
@@ -67,6 +95,15 @@ const char* ParseReal(const char* p, const char* end, int index, double& value) 
     if (!std::isfinite(value))
         throw ScanError(Quote(index, begin, TokenEnd(begin, end)) + " is not a finite number");
     return stop;
+}
+
+// One number starting at p (blanks skipped by the caller). std::from_chars
+// takes no leading '+', so one is skipped here. Returns the end of the token.
+const char* ParseReal(const char* p, const char* end, int index, double& value) {
+    const char* begin = p;
+    if (p != end && *p == '+' && p + 1 != end && p[1] != '-') ++p;
+    if (const char* stop = PlainDecimal(p, end, value)) return stop;
+    return ParseOtherReal(begin, p, end, index, value);
 }
 
 const char* ParseChannel(const char* p, const char* end, int index, unsigned char& channel) {
@@ -112,24 +149,7 @@ bool IsByte(const char* begin, const char* end) {
 }  // namespace
 
 const char* ParsePlainDecimal(const char* p, const char* end, double& value) {
-    // Exact powers of ten: every one up to 10^22 is a double.
-    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-    const bool negative = p != end && *p == '-';
-    if (negative) ++p;
-    std::uint64_t digits = 0;
-    int count = 0, decimals = 0;
-    for (; p != end && *p >= '0' && *p <= '9'; ++p, ++count) digits = digits * 10 + static_cast<unsigned>(*p - '0');
-    if (p != end && *p == '.') {
-        for (++p; p != end && *p >= '0' && *p <= '9'; ++p, ++count, ++decimals)
-            digits = digits * 10 + static_cast<unsigned>(*p - '0');
-    }
-    // 19 digits cannot overflow 64 bits; the rest must be exact doubles.
-    if (count == 0 || count > 19 || decimals > 22 || digits > (std::uint64_t{1} << 53)) return nullptr;
-    if (p != end && !IsBlank(*p)) return nullptr;  // an exponent, or not a number
-    const double magnitude = static_cast<double>(digits) / kPowers[decimals];
-    value = negative ? -magnitude : magnitude;
-    return p;
+    return PlainDecimal(p, end, value);
 }
 
 bool ParseFormatName(std::string_view name, TextFormat& format) {
@@ -179,6 +199,15 @@ TextFormat DetectFormat(std::string_view line) {
                     "use --format");
 }
 
+namespace {
+
+[[noreturn, gnu::noinline]] void MissingValues(TextFormat format, int found) {
+    throw ScanError("expected " + std::to_string(ValueCount(format)) + " values (" + FormatColumns(format) +
+                    "), found " + std::to_string(found));
+}
+
+}  // namespace
+
 void ParseLine(std::string_view line, TextFormat format, LocalRecord& record) {
     line = StripCarriageReturn(line);
     const char* p = line.data();
@@ -187,9 +216,7 @@ void ParseLine(std::string_view line, TextFormat format, LocalRecord& record) {
     int index = 0;
     auto next = [&]() {
         p = SkipBlanks(p, end);
-        if (p == end)
-            throw ScanError("expected " + std::to_string(count) + " values (" + FormatColumns(format) +
-                            "), found " + std::to_string(index));
+        if (p == end) MissingValues(format, index);
     };
     double* position = record.position.ToArray();
     for (; index < 3; ++index) {
@@ -221,14 +248,10 @@ void ParseLine(std::string_view line, TextFormat format, LocalRecord& record) {
 
 namespace {
 
-// Opens the file with `buffer` as its FILE buffer: large reads instead of
-// one system call every 4 KiB. setvbuf must come before any other I/O.
-lxbase::LargeIfstream OpenText(const std::string& path, char* buffer, std::size_t size) {
+lxbase::LargeIfstream OpenText(const std::string& path) {
     errno = 0;
     try {
-        lxbase::LargeIfstream file(path);
-        std::setvbuf(file.GetFILE(), buffer, _IOFBF, size);
-        return file;
+        return lxbase::LargeIfstream(path);
     } catch (const lxbase::LXFileNotOpenException&) {
         const int saved = errno;
         throw ScanError(path + ": cannot open: " + OpenFailureReason(path, saved));
@@ -239,8 +262,10 @@ lxbase::LargeIfstream OpenText(const std::string& path, char* buffer, std::size_
 
 AsciiSource::AsciiSource(const std::string& path, TextFormat format)
     : path_(path),
-      buffer_(new char[kBufferSize]),
-      file_(OpenText(path, buffer_.get(), kBufferSize)),
+      file_(OpenText(path)),
+      block_(new char[kBlockSize]),
+      next_(block_.get()),
+      end_(block_.get()),
       fileSize_(file_.GetFileSize()),
       format_(format) {}
 
@@ -250,22 +275,48 @@ void AsciiSource::Fail(const std::string& message) const {
     throw ScanError(path_ + ":" + std::to_string(lineNumber_) + ": " + message);
 }
 
+bool AsciiSource::FillBlock() {
+    if (atEnd_) return false;
+    const auto rest = static_cast<std::size_t>(end_ - next_);
+    std::memmove(block_.get(), next_, rest);
+    next_ = block_.get();
+    end_ = next_ + rest;
+    if (!file_.Read(block_.get() + rest, kBlockSize - rest)) {
+        if (std::ferror(file_.GetFILE()) != 0)
+            throw ScanError(path_ + ": read error after line " + std::to_string(lineNumber_) + ": " +
+                            std::strerror(errno));
+        atEnd_ = true;
+    }
+    end_ += file_.GetLastCount();
+    return file_.GetLastCount() != 0;
+}
+
 bool AsciiSource::ReadLine(std::string_view& line) {
-    file_.Getline(line_, kMaxLine);
-    const std::ios_base::iostate state = file_.GetState();
-    const std::size_t length = std::strlen(line_);
-    if ((state & std::ios_base::failbit) != 0) {
-        if (length == 0 && (state & std::ios_base::eofbit) != 0) {
-            if (std::ferror(file_.GetFILE()) != 0)
-                throw ScanError(path_ + ": read error after line " + std::to_string(lineNumber_) + ": " +
-                                std::strerror(errno));
-            return false;
+    const char* found = static_cast<const char*>(std::memchr(next_, '\n', static_cast<std::size_t>(end_ - next_)));
+    while (found == nullptr) {
+        // The block ends inside a line: the rest moves to the front of the
+        // block, which holds any line that is not refused.
+        const auto known = static_cast<std::size_t>(end_ - next_);
+        if (known >= kMaxLine) {
+            ++lineNumber_;
+            Fail("line longer than " + std::to_string(kMaxLine - 1) + " bytes; not a text point file?");
         }
+        if (!FillBlock()) {
+            if (next_ == end_) return false;
+            found = end_;  // the last line, without a line feed
+            break;
+        }
+        found = static_cast<const char*>(std::memchr(next_ + known, '\n', static_cast<std::size_t>(end_ - next_) - known));
+    }
+    const auto length = static_cast<std::size_t>(found - next_);
+    if (length >= kMaxLine) {
         ++lineNumber_;
         Fail("line longer than " + std::to_string(kMaxLine - 1) + " bytes; not a text point file?");
     }
     ++lineNumber_;
-    line = std::string_view(line_, length);
+    line = std::string_view(next_, length);
+    next_ = found == end_ ? end_ : found + 1;
+    consumed_ += length + (found == end_ ? 0 : 1);
     return true;
 }
 
@@ -286,7 +337,7 @@ bool AsciiSource::Next(LocalRecord& record) {
     if (++points_ == kEstimateAfter) {
         // Lines of one file are of similar length: the first ones tell how
         // many follow, so the point array is allocated about once.
-        const std::uint64_t consumed = file_.Tell();
+        const std::uint64_t consumed = consumed_;
         if (consumed != 0 && consumed <= fileSize_)
             estimate_ = static_cast<std::uint64_t>(static_cast<double>(fileSize_) / consumed *
                                                    kEstimateAfter * 1.02) + 64;
@@ -296,7 +347,7 @@ bool AsciiSource::Next(LocalRecord& record) {
 }
 
 double AsciiSource::Fraction() {
-    const std::uint64_t position = file_.Tell();
+    const std::uint64_t position = consumed_;
     return fileSize_ == 0 || position > fileSize_ ? 1.0 : static_cast<double>(position) / fileSize_;
 }
 

@@ -45,8 +45,9 @@ const char* ParsePlainDecimal(const char* p, const char* end, double& value);
 // file or line in the message; the caller adds them).
 void ParseLine(std::string_view line, TextFormat format, LocalRecord& record);
 
-// Streams a text file through LargeIfstream, a line at a time: memory does
-// not grow with the file. Lines longer than kMaxLine bytes are refused.
+// Streams a text file through LargeIfstream in large blocks and splits
+// them into lines in place: memory does not grow with the file, and a line
+// costs no stream call. Lines of kMaxLine bytes or more are refused.
 class AsciiSource : public PointSource {
 public:
     static constexpr int kMaxLine = 4096;
@@ -68,22 +69,29 @@ public:
     std::uint64_t LineNumber() const { return lineNumber_; }
 
 private:
-    // The next line into line_; false at the end of the file.
+    // The next line (without its line feed), in the block; false at the end
+    // of the file.
     bool ReadLine(std::string_view& line);
+    // Moves the unread rest of the block to its front and reads behind it;
+    // false when nothing more arrived.
+    bool FillBlock();
     [[noreturn]] void Fail(const std::string& message) const;
 
-    static constexpr std::size_t kBufferSize = std::size_t{1} << 20;
+    static constexpr std::size_t kBlockSize = std::size_t{1} << 20;
 
     std::string path_;
-    std::unique_ptr<char[]> buffer_;  // the FILE's buffer: outlives file_
     lxbase::LargeIfstream file_;
+    std::unique_ptr<char[]> block_;  // kBlockSize bytes read from file_
+    const char* next_ = nullptr;     // first unread byte of the block
+    const char* end_ = nullptr;      // end of the bytes read into it
+    std::uint64_t consumed_ = 0;     // bytes of the file split into lines
+    bool atEnd_ = false;             // whether file_ has no more bytes
     std::uint64_t fileSize_;
     TextFormat format_;
     bool detected_ = false;
     std::uint64_t lineNumber_ = 0;
     std::uint64_t points_ = 0;
     std::uint64_t estimate_ = 0;
-    char line_[kMaxLine];
 };
 
 }  // namespace scan

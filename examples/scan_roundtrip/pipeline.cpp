@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include <lxmath/lxmath.h>
@@ -34,6 +35,29 @@ double Cosine(const Vec& n, const lxbase::tBaseXYZPoint<float>& code) {
     return ((n[0] * cx + n[1] * cy) + n[2] * cz) / std::sqrt(lengths);
 }
 
+// The colour and normal of the last point coded with a normal, and its
+// record. Neighbouring points of a plane share their normal, and the same
+// input gives the same record and the same cosine: it is taken over, not
+// coded again. Inputs are compared bit for bit (-0.0 is not 0.0 here).
+struct LastNormal {
+    bool valid = false;
+    double normal[3];
+    unsigned char colour[3];
+    lxbase::HNormalRGB attributes;
+
+    bool Matches(const LocalRecord& record) const {
+        return valid && std::memcmp(normal, record.normal.ToArray(), sizeof normal) == 0 &&
+               colour[0] == record.red && colour[1] == record.green && colour[2] == record.blue;
+    }
+    void Take(const LocalRecord& record) {
+        valid = true;
+        std::memcpy(normal, record.normal.ToArray(), sizeof normal);
+        colour[0] = record.red;
+        colour[1] = record.green;
+        colour[2] = record.blue;
+    }
+};
+
 }  // namespace
 
 IngestStats Ingest(PointSource& source, const lxbase::RegistrationInformation& registration,
@@ -44,6 +68,7 @@ IngestStats Ingest(PointSource& source, const lxbase::RegistrationInformation& r
     points.reserve(source.EstimatedCount());
     LocalRecord record;
     ScanPoint point;
+    LastNormal last;
     while (source.Next(record)) {
         if (points.size() == points.capacity() && source.EstimatedCount() > points.size())
             points.reserve(source.EstimatedCount());
@@ -61,15 +86,22 @@ IngestStats Ingest(PointSource& source, const lxbase::RegistrationInformation& r
         }
         point.position = lxbase::tBaseXYZPoint<double>(p[0], p[1], p[2]);
 
-        point.attributes = lxbase::HNormalRGB(record.red, record.green, record.blue);
         if (record.hasNormal) {
-            const lxbase::tBaseXYZPoint<double>& n = record.normal;
-            const Vec direction = Scaled(frame.PropagateVector(Vec(n.x, n.y, n.z)));
-            point.attributes.SetNormal(lxbase::tBaseXYZPoint<float>(static_cast<float>(direction[0]),
-                                                                    static_cast<float>(direction[1]),
-                                                                    static_cast<float>(direction[2])));
-            stats.worstNormalCos = std::min(stats.worstNormalCos, Cosine(direction, point.attributes.GetNormal()));
+            if (!last.Matches(record)) {
+                last.Take(record);
+                const lxbase::tBaseXYZPoint<double>& n = record.normal;
+                const Vec direction = Scaled(frame.PropagateVector(Vec(n.x, n.y, n.z)));
+                last.attributes = lxbase::HNormalRGB(record.red, record.green, record.blue);
+                last.attributes.SetNormal(lxbase::tBaseXYZPoint<float>(static_cast<float>(direction[0]),
+                                                                       static_cast<float>(direction[1]),
+                                                                       static_cast<float>(direction[2])));
+                stats.worstNormalCos =
+                    std::min(stats.worstNormalCos, Cosine(direction, last.attributes.GetNormal()));
+            }
+            point.attributes = last.attributes;
             ++stats.normals;
+        } else {
+            point.attributes = lxbase::HNormalRGB(record.red, record.green, record.blue);
         }
         point.attributes.SetIntensity(record.intensity);
 
@@ -82,9 +114,16 @@ IngestStats Ingest(PointSource& source, const lxbase::RegistrationInformation& r
 
 void ColourByHeight(PointArray& points, const Box& box) {
     const double low = box.min[2], span = box.max[2] - box.min[2];
+    // Neighbouring points of a level surface share their height: the colour
+    // of the last height is kept (compared bit for bit) instead of asked again.
+    float lastHeight = 0.0f;
+    lxbase::t_RGBType<unsigned char> colour = lxbase::t_RGBType<unsigned char>::GetColor(lastHeight);
     for (ScanPoint& p : points) {
         const float height = span > 0.0 ? static_cast<float>((p.position.z - low) / span) : 0.0f;
-        const lxbase::t_RGBType<unsigned char> colour = lxbase::t_RGBType<unsigned char>::GetColor(height);
+        if (std::memcmp(&height, &lastHeight, sizeof height) != 0) {
+            colour = lxbase::t_RGBType<unsigned char>::GetColor(height);
+            lastHeight = height;
+        }
         p.attributes.SetRGB(colour.r, colour.g, colour.b);
     }
 }

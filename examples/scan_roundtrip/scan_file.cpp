@@ -138,7 +138,11 @@ std::uint64_t Checksum::Value() const {
 std::size_t EncodeRecords(const PointArray& points, const std::uint32_t* order, std::size_t n,
                           std::uint32_t coordinateBytes, unsigned char* out) {
     unsigned char* o = out;
+    // The Z-order visits the points all over the array: each is fetched a
+    // few records ahead, so that the misses overlap.
+    constexpr std::size_t kAhead = 16;
     for (std::size_t i = 0; i < n; ++i) {
+        if (i + kAhead < n) __builtin_prefetch(&points[order[i + kAhead]]);
         const ScanPoint& point = points[order[i]];
         const lxbase::tBaseXYZPoint<double>& p = point.position;
         if (coordinateBytes == 8) {

@@ -113,15 +113,45 @@ void RadixSort(std::uint64_t* keys, std::uint32_t* order, std::size_t n, int shi
         if (count[b] > 1) RadixSort(keys + begin, order + begin, count[b], lower);
 }
 
+// Bit 63, unused by the key, marks the points with a zero coordinate, whose
+// keys tell nothing about operator<.
+constexpr std::uint64_t kZeroBit = std::uint64_t{1} << 63;
+
 // Merges the ordered ranges [0, middle) and [middle, n) in place, through a
 // copy of the second one; stable, and bounded whatever the comparison says.
-void MergeTail(IndexLess less, std::uint32_t* order, std::size_t middle, std::size_t n, Order& scratch) {
+// keys[0, n) move along with the order; the second range's are kZeroBit.
+// (A binary search for each point of the short second range would compare
+// far less, but with zero coordinates operator< is not transitive, and only
+// this step-by-step merge gives the order the program has always written.)
+void MergeTail(IndexLess less, std::uint32_t* order, std::uint64_t* keys, std::size_t middle, std::size_t n,
+               Order& scratch) {
     scratch.assign(order + middle, order + n);
     std::size_t left = middle, right = scratch.size(), out = n;
     while (right != 0) {
-        if (left != 0 && less(scratch[right - 1], order[left - 1])) order[--out] = order[--left];
-        else order[--out] = scratch[--right];
+        --out;
+        if (left != 0 && less(scratch[right - 1], order[left - 1])) {
+            order[out] = order[--left];
+            keys[out] = keys[left];
+        } else {
+            order[out] = scratch[--right];
+            keys[out] = kZeroBit;
+        }
     }
+}
+
+// FirstZOrderBreak for an order whose keys[i] belong to the point at
+// order[i]: where two points without a zero coordinate have increasing
+// keys, the key order is operator<'s order, so operator< is asked only
+// where the keys cannot tell (equal keys, zero coordinates, a decrease).
+std::size_t FirstKeyedBreak(const PointArray& points, const std::uint32_t* order, const std::uint64_t* keys,
+                            std::size_t n) {
+    const IndexLess less{points.data()};
+    for (std::size_t i = 1; i < n; ++i) {
+        const std::uint64_t before = keys[i - 1], key = keys[i];
+        if (((before | key) & kZeroBit) == 0 && before < key) continue;
+        if (less(order[i], order[i - 1])) return i;
+    }
+    return n;
 }
 
 bool HasZero(const lxbase::tBaseXYZPoint<double>& p) { return p.x == 0.0 || p.y == 0.0 || p.z == 0.0; }
@@ -258,8 +288,7 @@ Order SortZOrder(const PointArray& points, SortStats& stats, Progress* progress)
     Box box;
     for (std::size_t i = 0; i < n; ++i) ExtendBox(box, points[i].position, i == 0);
     const ZOrderKey key(box);
-    // Bit 63, unused by the key, puts the points with a zero coordinate last.
-    constexpr std::uint64_t kZeroBit = std::uint64_t{1} << 63;
+    // kZeroBit puts the points with a zero coordinate last.
     BigArray<std::uint64_t> keys(n);
     Order order(n);
     for (std::size_t i = 0; i < n; ++i) {
@@ -283,19 +312,20 @@ Order SortZOrder(const PointArray& points, SortStats& stats, Progress* progress)
         if (end - begin > 1) SortGroup(points, order.data() + begin, end - begin, scratch, stats);
         begin = end;
     }
-    BigArray<std::uint64_t>().swap(keys);
     if (progress != nullptr) progress->Update(0.85);
 
     // The key order is a good start for the points with a zero coordinate.
     if (regular < n) {
         MergeSortZOrder(points, order.data() + regular, n - regular, scratch);
-        MergeTail(IndexLess{points.data()}, order.data(), regular, n, scratch);
+        MergeTail(IndexLess{points.data()}, order.data(), keys.data(), regular, n, scratch);
     }
     Order().swap(scratch);
     if (progress != nullptr) progress->Update(0.95);
 
     // A safety net: the steps above leave no pair out of order.
-    if (FirstZOrderBreak(points, order.data(), n) < n) {
+    const bool broken = FirstKeyedBreak(points, order.data(), keys.data(), n) < n;
+    BigArray<std::uint64_t>().swap(keys);
+    if (broken) {
         stats.fullMerge = true;
         MergeSortZOrder(points, order.data(), n, scratch);
     }
