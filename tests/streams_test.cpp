@@ -89,7 +89,7 @@ TEST(InMemoryStream, SeeksMoveAlwaysAndReportWhetherInside) {
 }
 
 TEST(InMemoryStream, EmptyBlockRefusesEverything) {
-    InMemoryStream in(static_cast<const char*>(nullptr), 0);
+    InMemoryStream in(nullptr, 0);
     char c = 'x';
     EXPECT_FALSE(in.SeekAbsolute(0));
     EXPECT_FALSE(in.SeekForward(0));

@@ -1,6 +1,7 @@
 #ifndef LXBASE_STREAMS_H
 #define LXBASE_STREAMS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -50,6 +51,9 @@ class LXBASE_API InMemoryStream : public IInFileStream {
 public:
     InMemoryStream(const char* data, std::uint64_t size);
     InMemoryStream(const unsigned char* data, std::uint64_t size);
+    // An empty block given as a null pointer, without an ambiguous overload.
+    InMemoryStream(std::nullptr_t, std::uint64_t size)
+        : InMemoryStream(static_cast<const unsigned char*>(nullptr), size) {}
     InMemoryStream(const InMemoryStream&) = delete;
     InMemoryStream& operator=(const InMemoryStream&) = delete;
 
