@@ -117,6 +117,7 @@ public:
 
 private:
     void WriteGrowing(const char* source, std::uint64_t count);
+    void Reserve(std::uint64_t size);
     void Resize(std::uint64_t size);
     void Reallocate(std::uint64_t capacity);
 

@@ -119,11 +119,17 @@ void OutMemoryStream::Reallocate(std::uint64_t capacity) {
     capacity_ = capacity;
 }
 
+// Makes room for `size` bytes: the capacity grows to the larger of one and a
+// half times itself and what is needed.
+void OutMemoryStream::Reserve(std::uint64_t size) {
+    if (size > kMaxBufferSize) throw std::length_error("OutMemoryStream: buffer too large");
+    if (size > capacity_) Reallocate(std::max(capacity_ + capacity_ / 2, size));
+}
+
 // Grows the buffer to `size` bytes; the new bytes are zero.
 void OutMemoryStream::Resize(std::uint64_t size) {
     if (size <= size_) return;
-    if (size > kMaxBufferSize) throw std::length_error("OutMemoryStream: buffer too large");
-    if (size > capacity_) Reallocate(std::max(capacity_ + capacity_ / 2, size));
+    Reserve(size);
     std::memset(data_.get() + size_, 0, static_cast<std::size_t>(size - size_));
     size_ = size;
 }
@@ -136,17 +142,14 @@ void OutMemoryStream::WriteGrowing(const char* source, std::uint64_t count) {
     if (end > size_) {
         // Only the gap between the old end and the position needs zeroing; the
         // rest is overwritten at once.
-        if (end > kMaxBufferSize) throw std::length_error("OutMemoryStream: buffer too large");
-        if (end > capacity_) {
-            // The source may lie inside our own buffer: follow it to the new one.
-            const unsigned char* old = data_.get();
-            const auto* src = reinterpret_cast<const unsigned char*>(source);
-            const bool inside = old != nullptr && std::less_equal<const unsigned char*>()(old, src) &&
-                                std::less<const unsigned char*>()(src, old + size_);
-            const std::size_t offset = inside ? static_cast<std::size_t>(src - old) : 0;
-            Reallocate(std::max(capacity_ + capacity_ / 2, end));
-            if (inside) source = reinterpret_cast<const char*>(data_.get() + offset);
-        }
+        // The source may lie inside our own buffer: follow it if it moves.
+        const unsigned char* old = data_.get();
+        const auto* src = reinterpret_cast<const unsigned char*>(source);
+        const bool inside = old != nullptr && std::less_equal<const unsigned char*>()(old, src) &&
+                            std::less<const unsigned char*>()(src, old + size_);
+        const std::size_t offset = inside ? static_cast<std::size_t>(src - old) : 0;
+        Reserve(end);
+        if (inside) source = reinterpret_cast<const char*>(data_.get() + offset);
         if (position_ > size_)
             std::memset(data_.get() + size_, 0, static_cast<std::size_t>(position_ - size_));
         size_ = end;
