@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -59,7 +60,7 @@ private:
         const std::string path = "/tmp/lxbase_files_bench_" + name;
         lxbase::lxOutFile out(path, false);
         for (std::uint64_t done = 0; done < bytes; done += chunk.size()) out.Write(chunk.data(), chunk.size());
-        out.Flush();
+        if (!out.Flush()) throw std::runtime_error("cannot write " + path);
         fsync(fileno(out.GetFILE()));  // no write-back during the measurements
         return path;
     }
@@ -92,7 +93,7 @@ void BM_lxOutFileWrite(benchmark::State& state) {
         {
             lxbase::lxOutFile out(Files::Written(), false);
             for (std::uint64_t done = 0; done < kBytes; done += kBlock) out.Write(block.data(), kBlock);
-            out.Flush();
+            if (!out.Flush()) state.SkipWithError("flush failed");
             Settle(state, fileno(out.GetFILE()));
         }
         Unsettle(state);

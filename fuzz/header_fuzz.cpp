@@ -12,6 +12,7 @@
 
 namespace {
 
+constexpr std::uint32_t kBuffer = lxbase::IOHeader::sBufferSize;
 constexpr std::uint64_t kGuid = 0x4655'5A5A'4845'4144ULL;  // "DAEHZZUF"
 
 // Data sizes straddle the in-object buffer on both sides of its thresholds.
@@ -20,14 +21,14 @@ struct FuzzHeader : lxbase::IOHeader {
     std::uint64_t HeaderGUID() const override { return kGuid; }
     std::uint32_t CurrentVersion() const override { return 5; }
     std::uint32_t DataSizeForVersion(std::uint32_t v) const override {
-        static const std::uint32_t sizes[] = {0, 1, 1008, 1009, 1024, 1025};
-        return v < 6 ? sizes[v] : 1024;
+        static const std::uint32_t sizes[] = {0, 1, kBuffer - 16, kBuffer - 15, kBuffer, kBuffer + 1};
+        return v < 6 ? sizes[v] : kBuffer;
     }
     void ReadData(const char* block) override {
         // A block is at least as long as this type's own layout needs, or it
-        // lies in the 1024-byte buffer; in both cases this much is readable.
+        // lies in the object's buffer; in both cases this much is readable.
         const std::uint32_t n = DataSizeForVersion(GetReadVersion());
-        data.assign(block, block + (GetReadVersion() <= CurrentVersion() ? std::min<std::uint32_t>(n, 1024) : 0));
+        data.assign(block, block + (GetReadVersion() <= CurrentVersion() ? std::min<std::uint32_t>(n, kBuffer) : 0));
     }
     void WriteData(char* block, std::uint32_t v) const override {
         const std::uint32_t n = DataSizeForVersion(v);

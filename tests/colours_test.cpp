@@ -16,10 +16,6 @@
 
 using namespace lxbase;
 
-using RGB8 = t_RGBType<unsigned char>;
-using RGBc = t_RGBType<char>;
-using RGBf = t_RGBType<float>;
-using RGBI = tRGBIType<RGB8, t_IntensityType<unsigned char>>;
 
 namespace lxbase {
 template <typename T>
@@ -252,17 +248,16 @@ TEST(HSLColour, ExhaustiveRoundTrip) {
 }
 
 TEST(RGBIntensity, ConstructionAndEquality) {
-    using Intensity = t_IntensityType<unsigned char>;
-    const RGBI grey(RGB8(10, 20, 31), RGB8(255, 255, 255), RGB8(0, 0, 2), Intensity(7));
-    EXPECT_EQ(grey, RGBI(RGB8(20, 255, 0), Intensity(7)));
-    EXPECT_EQ(RGBI(RGB8(200, 250, 253), RGB8(255, 254, 254), RGB8(1, 1, 1), Intensity()).rgb, RGB8(234, 254, 1));
+    const RGBI8 grey(RGB8(10, 20, 31), RGB8(255, 255, 255), RGB8(0, 0, 2), Intensity8(7));
+    EXPECT_EQ(grey, RGBI8(RGB8(20, 255, 0), Intensity8(7)));
+    EXPECT_EQ(RGBI8(RGB8(200, 250, 253), RGB8(255, 254, 254), RGB8(1, 1, 1), Intensity8()).rgb, RGB8(234, 254, 1));
 
-    const RGBI fromIntensity(Intensity(9)), fromColour(RGB8(1, 2, 3));
-    EXPECT_EQ(fromIntensity, RGBI(RGB8(0, 0, 0), Intensity(9)));
-    EXPECT_EQ(fromColour, RGBI(RGB8(1, 2, 3), Intensity(0)));
-    const RGBI value(RGB8(1, 2, 3), Intensity(4));
-    EXPECT_NE(value, RGBI(RGB8(1, 2, 3), Intensity(5)));
-    EXPECT_FALSE(value != RGBI(RGB8(1, 2, 3), Intensity(4)));
+    const RGBI8 fromIntensity(Intensity8(9)), fromColour(RGB8(1, 2, 3));
+    EXPECT_EQ(fromIntensity, RGBI8(RGB8(0, 0, 0), Intensity8(9)));
+    EXPECT_EQ(fromColour, RGBI8(RGB8(1, 2, 3), Intensity8(0)));
+    const RGBI8 value(RGB8(1, 2, 3), Intensity8(4));
+    EXPECT_NE(value, RGBI8(RGB8(1, 2, 3), Intensity8(5)));
+    EXPECT_FALSE(value != RGBI8(RGB8(1, 2, 3), Intensity8(4)));
 
     std::vector<unsigned char> bytes(sizeof value);
     std::memcpy(bytes.data(), &value, sizeof value);

@@ -59,6 +59,10 @@ TEST(Components, ValuesSurviveTheTripThroughText) {
 }
 
 TEST(Components, TextRules) {
+    // The correct spelling is the same constant; the name text keeps the old one.
+    static_assert(lxbase::UnknownComponent == lxbase::UnkownComponent && lxbase::UnknownComponent == 0);
+    EXPECT_EQ(lxbase::ComponentToString(lxbase::UnknownComponent), "UnkownComponent");
+    EXPECT_EQ(StringToComponent("UnknownComponent"), lxbase::UnknownComponent);
     EXPECT_EQ(StringToComponent("distance"), lxbase::UnkownComponent);
     EXPECT_EQ(StringToComponent("Distance "), lxbase::UnkownComponent);
     EXPECT_EQ(StringToComponent("Distance[4]"), 4);

@@ -24,9 +24,9 @@ constexpr int kThreads = 8;
 constexpr auto kDuration = std::chrono::milliseconds(1500);
 
 struct Sample {
-    std::vector<tBaseXYZPoint<float>> normals;
+    std::vector<XYZf> normals;
     std::vector<std::uint16_t> codes;
-    std::vector<tBaseXYZPoint<float>> decoded;
+    std::vector<XYZf> decoded;
     std::vector<std::string> componentNames;
     std::vector<ComponentType> componentValues;
     std::vector<std::u16string> dateTexts;
@@ -43,7 +43,7 @@ Sample Compute(unsigned seed) {
     std::mt19937 rng(seed);
     std::normal_distribution<float> gauss;
     for (int i = 0; i < 2000; ++i) {
-        tBaseXYZPoint<float> n(gauss(rng), gauss(rng), gauss(rng));
+        XYZf n(gauss(rng), gauss(rng), gauss(rng));
         HNormalRGB packed(1, 2, 3, n);
         s.normals.push_back(n);
         s.codes.push_back(packed.GetNormalCode());
@@ -61,7 +61,7 @@ Sample Compute(unsigned seed) {
     return s;
 }
 
-bool SameFloats(const tBaseXYZPoint<float>& a, const tBaseXYZPoint<float>& b) {
+bool SameFloats(const XYZf& a, const XYZf& b) {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 

@@ -9,6 +9,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <typeinfo>
 #include <utf8.h>
 
 #include "lxbase/date.h"
@@ -125,6 +126,33 @@ TEST(Date, ClockAndCopies) {
     assigned = alias;
     EXPECT_EQ(Iso(copy), "20240115T102030");
     EXPECT_EQ(Iso(assigned), "20240115T102030");
+}
+
+// The outcome of reading a text: its ISO form, or the type of what it threw.
+template <typename Text>
+std::string Outcome(const Text& text) {
+    try {
+        return Date(text).ToISOStringUTF8();
+    } catch (const std::exception& e) {
+        return std::string("threw ") + typeid(e).name();
+    }
+}
+
+TEST(Date, NarrowTextFormsMatchTheWideOnes) {
+    for (const std::string text : {"20240115T102030", "20240115T102030.250000", "2024-01-15 10:20:30",
+                                   "2024-Jan-15 10:20:30.25", "not-a-date-time", "+infinity", "-infinity",
+                                   "minimum-date-time", "2024-01-15T10:20:30", "2024-01-15", "20241315T000000",
+                                   "2024-01-32 00:00:00", "99999-01-01 00:00:00", "", "x"}) {
+        const std::u16string wide = utf8::utf8to16(text);
+        EXPECT_EQ(Outcome(text), Outcome(wide)) << text;
+        if (Outcome(text).rfind("threw", 0) == 0) continue;
+        const Date narrow(text);
+        EXPECT_EQ(narrow, Date(wide)) << text;
+        EXPECT_EQ(narrow.ToISOStringUTF8(), utf8::utf16to8(narrow.ToISOString())) << text;
+        EXPECT_EQ(narrow.ToLocalStringUTF8(), utf8::utf16to8(narrow.ToLocalString())) << text;
+    }
+    // Invalid UTF-16 cannot reach the narrow reading: the conversion refuses it.
+    EXPECT_THROW(Date(std::u16string(1, u'\xD800')), utf8::exception);
 }
 
 // LC_ALL set to `name` for the lifetime of the object.

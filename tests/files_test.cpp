@@ -132,6 +132,61 @@ TEST(lxOutFile, CreateTruncatesUpdateKeepsAndReads) {
     EXPECT_EQ(TempDir::Read(path), "");
 }
 
+// Every way to name the mode (flag or enum, Open or constructor, narrow or
+// wide name) opens the file alike: Create empties an existing file and makes
+// a missing one, Update keeps the contents, can read, and refuses a missing
+// file (Open returns false, a constructor throws).
+TEST(lxOutFile, OpenModesActLikeTheFlags) {
+    using Mode = lxOutFile::OpenMode;
+    struct Way {
+        const char* name;
+        bool constructs;
+        bool (*open)(const std::string& path, bool update);
+    };
+    auto mode = [](bool update) { return update ? Mode::Update : Mode::Create; };
+    static auto canRead = [](lxOutFile& file) {
+        char c;
+        return file.IsOpen() && file.Read(&c, 1);
+    };
+    const Way ways[] = {
+        {"flag", false, [](const std::string& p, bool u) { return lxOutFile().Open(p, u); }},
+        {"enum", false, [](const std::string& p, bool u) { return lxOutFile().Open(p, u ? Mode::Update : Mode::Create); }},
+        {"wide enum", false,
+         [](const std::string& p, bool u) {
+             return lxOutFile().Open(lxbase::Decode_UTF8(p), u ? Mode::Update : Mode::Create);
+         }},
+        {"constructor", true,
+         [](const std::string& p, bool u) {
+             lxOutFile f(p, u ? Mode::Update : Mode::Create);
+             return canRead(f) == u;
+         }},
+        {"wide constructor", true,
+         [](const std::string& p, bool u) {
+             lxOutFile f(lxbase::Decode_UTF8(p), u ? Mode::Update : Mode::Create);
+             return canRead(f) == u;
+         }},
+    };
+    TempDir dir;
+    const std::string path = dir.Path("modes");
+    for (const Way& way : ways) {
+        for (bool update : {false, true}) {
+            SCOPED_TRACE(std::string(way.name) + (update ? " update" : " create"));
+            dir.Write("modes", std::string(100, 'm'));
+            EXPECT_TRUE(way.open(path, update));
+            EXPECT_EQ(TempDir::Read(path).size(), update ? 100u : 0u);
+            std::remove(path.c_str());
+            if (way.constructs && update) {
+                EXPECT_THROW(way.open(path, update), lxbase::LXFileNotOpenException);
+            } else {
+                EXPECT_EQ(way.open(path, update), !update);
+            }
+            EXPECT_EQ(access(path.c_str(), F_OK) == 0, !update);
+        }
+    }
+    EXPECT_EQ(FileNotOpenMessage([&] { lxOutFile(path, mode(true)); }), "Cannot open file: " + path);
+    EXPECT_EQ(FileNotOpenMessage([&] { lxOutFile(lxbase::Decode_UTF8(path), mode(true)); }), "Cannot open file");
+}
+
 TEST(lxOutFile, SmallAndLargeWritesKeepTheirOrder) {
     TempDir dir;
     lxOutFile out(dir.Path("mix"), false);

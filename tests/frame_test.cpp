@@ -14,7 +14,7 @@ using lxbase::XYZ;
 using lxmath::Frame;
 using lxmath::Mat3;
 using lxmath::Mat4;
-using V = lxmath::Vec3<double>;
+using lxmath::Vec3d;
 
 namespace {
 
@@ -25,13 +25,13 @@ struct OpenFrame : Frame {
     using Frame::SetZAxis;
 };
 
-void ExpectVec(const V& v, double x, double y, double z, double tolerance = 0) {
+void ExpectVec(const Vec3d& v, double x, double y, double z, double tolerance = 0) {
     EXPECT_NEAR(v[0], x, tolerance);
     EXPECT_NEAR(v[1], y, tolerance);
     EXPECT_NEAR(v[2], z, tolerance);
 }
 
-void ExpectAxes(const Frame& f, const V& x, const V& y, const V& z, double tolerance = 0) {
+void ExpectAxes(const Frame& f, const Vec3d& x, const Vec3d& y, const Vec3d& z, double tolerance = 0) {
     ExpectVec(f.GetXAxis(), x[0], x[1], x[2], tolerance);
     ExpectVec(f.GetYAxis(), y[0], y[1], y[2], tolerance);
     ExpectVec(f.GetZAxis(), z[0], z[1], z[2], tolerance);
@@ -61,14 +61,14 @@ TEST(Frame, ElementLayoutAndMatrix) {
     EXPECT_TRUE(m(3, 0) == 0 && m(3, 1) == 0 && m(3, 2) == 0 && m(3, 3) == 1);
     EXPECT_EQ(g(2, 0), 9.0);  // z component of the X axis
     EXPECT_EQ(g(1, 3), 8.0);  // y component of the origin
-    ExpectAxes(g, V(1, 5, 9), V(2, 6, 10), V(3, 7, 11));
+    ExpectAxes(g, Vec3d(1, 5, 9), Vec3d(2, 6, 10), Vec3d(3, 7, 11));
     ExpectVec(g.GetTranslation(), 4, 8, 12);
-    const Frame h(Mat3<double>(1, 2, 3, 4, 5, 6, 7, 8, 9), V(-1, -2, -3));
-    ExpectAxes(h, V(1, 4, 7), V(2, 5, 8), V(3, 6, 9));
+    const Frame h(Mat3<double>(1, 2, 3, 4, 5, 6, 7, 8, 9), Vec3d(-1, -2, -3));
+    ExpectAxes(h, Vec3d(1, 4, 7), Vec3d(2, 5, 8), Vec3d(3, 6, 9));
     ExpectVec(h.GetOrigin(), -1, -2, -3);
 
     OpenFrame open;
-    open.SetXAxis(V(3, 0, 0));  // not normalised
+    open.SetXAxis(Vec3d(3, 0, 0));  // not normalised
     ExpectVec(open.GetXAxis(), 3, 0, 0);
     OpenFrame copy;
     EXPECT_EQ(&copy.Copy(open), &copy);
@@ -82,102 +82,102 @@ TEST(Frame, ElementLayoutAndMatrix) {
 
 TEST(Frame, SetXYZAxesUsesOnlyXAndY) {
     Frame f;
-    f.SetOrigin(V(7, 8, 9));
-    f.SetXYZAxes(V(2, 0, 0), V(1, 1, 0), V(0, 0, -1));
-    ExpectAxes(f, V(1, 0, 0), V(0, 1, 0), V(0, 0, 1));
+    f.SetOrigin(Vec3d(7, 8, 9));
+    f.SetXYZAxes(Vec3d(2, 0, 0), Vec3d(1, 1, 0), Vec3d(0, 0, -1));
+    ExpectAxes(f, Vec3d(1, 0, 0), Vec3d(0, 1, 0), Vec3d(0, 0, 1));
     ExpectVec(f.GetOrigin(), 7, 8, 9);
-    f.SetXYZAxes(V(0, 0, 0), V(0, 3, 0), V(0, 0, 1));
-    ExpectAxes(f, V(0, 0, 0), V(0, 1, 0), V(0, 0, 0));
-    f.SetXYZAxes(V(1, 0, 0), V(2, 0, 0), V(0, 0, 1));
-    ExpectAxes(f, V(1, 0, 0), V(0, 0, 0), V(0, 0, 0));
+    f.SetXYZAxes(Vec3d(0, 0, 0), Vec3d(0, 3, 0), Vec3d(0, 0, 1));
+    ExpectAxes(f, Vec3d(0, 0, 0), Vec3d(0, 1, 0), Vec3d(0, 0, 0));
+    f.SetXYZAxes(Vec3d(1, 0, 0), Vec3d(2, 0, 0), Vec3d(0, 0, 1));
+    ExpectAxes(f, Vec3d(1, 0, 0), Vec3d(0, 0, 0), Vec3d(0, 0, 0));
 
     // X keeps x's direction; y only picks the half-plane of Y.
-    const Frame g(V(1, 2, 3), V(0, 0, 4), V(1, 0, 1), V(5, 5, 5));
+    const Frame g(Vec3d(1, 2, 3), Vec3d(0, 0, 4), Vec3d(1, 0, 1), Vec3d(5, 5, 5));
     ExpectVec(g.GetOrigin(), 1, 2, 3);
-    ExpectAxes(g, V(0, 0, 1), V(1, 0, 0), V(0, 1, 0));
+    ExpectAxes(g, Vec3d(0, 0, 1), Vec3d(1, 0, 0), Vec3d(0, 1, 0));
 }
 
 TEST(Frame, RotateAboutALine) {
     Frame f;
-    f.SetOrigin(V(1, 0, 0));
-    f.Rotate(V(0, 0, 0), V(0, 0, 1), M_PI / 2);
-    ExpectAxes(f, V(0, 1, 0), V(-1, 0, 0), V(0, 0, 1), 1e-15);
+    f.SetOrigin(Vec3d(1, 0, 0));
+    f.Rotate(Vec3d(0, 0, 0), Vec3d(0, 0, 1), M_PI / 2);
+    ExpectAxes(f, Vec3d(0, 1, 0), Vec3d(-1, 0, 0), Vec3d(0, 0, 1), 1e-15);
     ExpectVec(f.GetOrigin(), 0, 1, 0, 1e-15);
 
     // Half a turn about the vertical line through (1, 1, 0).
     Frame g;
-    g.Rotate(V(1, 1, 0), V(0, 0, 1), M_PI);
+    g.Rotate(Vec3d(1, 1, 0), Vec3d(0, 0, 1), M_PI);
     ExpectVec(g.GetOrigin(), 2, 2, 0, 1e-15);
     // Up to 1e-7 nothing turns, but the axes are still re-orthonormalised
     // and Z is replaced by X x Y.
     OpenFrame h;
-    h.SetOrigin(V(0.1, 0.2, 0.3));
-    h.SetXAxis(V(2, 0, 0));
-    h.SetZAxis(V(0, 0, -5));
-    h.Rotate(V(4, 5, 6), V(0, 0, 1), 1e-7);
+    h.SetOrigin(Vec3d(0.1, 0.2, 0.3));
+    h.SetXAxis(Vec3d(2, 0, 0));
+    h.SetZAxis(Vec3d(0, 0, -5));
+    h.Rotate(Vec3d(4, 5, 6), Vec3d(0, 0, 1), 1e-7);
     ExpectVec(h.GetOrigin(), 0.1, 0.2, 0.3);
-    ExpectAxes(h, V(1, 0, 0), V(0, 1, 0), V(0, 0, 1));
-    h.Rotate(V(0, 0, 0), V(0, 0, 1), 2e-7);
+    ExpectAxes(h, Vec3d(1, 0, 0), Vec3d(0, 1, 0), Vec3d(0, 0, 1));
+    h.Rotate(Vec3d(0, 0, 0), Vec3d(0, 0, 1), 2e-7);
     EXPECT_GT(h(1, 0), 1.9e-7);
 }
 
 TEST(Frame, MappingsSumLeftToRightWithTranslationLast) {
     // Row 0 = (1, 1e16, -1e16 | 0.5): (1 + 1e16) - 1e16 = 0 in this order,
     // 1 in any other grouping; the translation comes after.
-    const Frame f(Mat3<double>(1, 1e16, -1e16, 0, 1, 0, 0, 0, 1), V(0.5, 0, 0));
-    EXPECT_EQ(f.PropagatePoint(V(1, 1, 1))[0], 0.5);
-    EXPECT_EQ(f.PropagateVector(V(1, 1, 1))[0], 0.0);
-    const Frame composed = f.PropagateFrame(Frame(Mat3<double>(), V(1, 1, 1)));
+    const Frame f(Mat3<double>(1, 1e16, -1e16, 0, 1, 0, 0, 0, 1), Vec3d(0.5, 0, 0));
+    EXPECT_EQ(f.PropagatePoint(Vec3d(1, 1, 1))[0], 0.5);
+    EXPECT_EQ(f.PropagateVector(Vec3d(1, 1, 1))[0], 0.0);
+    const Frame composed = f.PropagateFrame(Frame(Mat3<double>(), Vec3d(1, 1, 1)));
     EXPECT_EQ(composed(0, 3), 0.5);
     EXPECT_EQ(composed(0, 1), 1e16);
     // The same column, for the transposed sums.
-    const Frame t(Mat3<double>(1, 0, 0, 1e16, 1, 0, -1e16, 0, 1), V(0, 0, 0));
-    EXPECT_EQ(t.BackPropagateVector(V(1, 1, 1))[0], 0.0);
-    EXPECT_EQ(t.BackPropagatePoint(V(1, 1, 1))[0], 0.0);
-    EXPECT_EQ(t.BackPropagateFrame(Frame(Mat3<double>(), V(1, 1, 1)))(0, 3), 0.0);
+    const Frame t(Mat3<double>(1, 0, 0, 1e16, 1, 0, -1e16, 0, 1), Vec3d(0, 0, 0));
+    EXPECT_EQ(t.BackPropagateVector(Vec3d(1, 1, 1))[0], 0.0);
+    EXPECT_EQ(t.BackPropagatePoint(Vec3d(1, 1, 1))[0], 0.0);
+    EXPECT_EQ(t.BackPropagateFrame(Frame(Mat3<double>(), Vec3d(1, 1, 1)))(0, 3), 0.0);
     // Transform (t M, its translation last) and Rotate(q) (q M) sum the same way.
-    Frame moved(Mat3<double>(), V(1, 1, 1));
+    Frame moved(Mat3<double>(), Vec3d(1, 1, 1));
     moved.Transform(Mat4<double>(1, 1e16, -1e16, 0.5, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1));
     EXPECT_EQ(moved(0, 3), 0.5);
-    Frame turned(Mat3<double>(), V(1, 1, 1));
+    Frame turned(Mat3<double>(), Vec3d(1, 1, 1));
     turned.Rotate(Mat3<double>(1, 1e16, -1e16, 0, 1, 0, 0, 0, 1));
     EXPECT_EQ(turned(0, 3), 0.0);
 
     // An orthonormal frame maps back and forth; a sheared one does not.
     Frame pose;
-    pose.SetOrigin(V(3, -2, 1));
-    pose.Rotate(V(1, 2, 3), V(0.6, 0, 0.8), 0.7);
-    const V p(0.25, -4, 9);
+    pose.SetOrigin(Vec3d(3, -2, 1));
+    pose.Rotate(Vec3d(1, 2, 3), Vec3d(0.6, 0, 0.8), 0.7);
+    const Vec3d p(0.25, -4, 9);
     ExpectVec(pose.BackPropagatePoint(pose.PropagatePoint(p)), p[0], p[1], p[2], 1e-14);
     ExpectVec(pose.BackPropagateVector(pose.PropagateVector(p)), p[0], p[1], p[2], 1e-14);
-    const Frame sheared(Mat3<double>(1, 1, 0, 0, 1, 0, 0, 0, 1), V(0, 0, 0));
+    const Frame sheared(Mat3<double>(1, 1, 0, 0, 1, 0, 0, 0, 1), Vec3d(0, 0, 0));
     EXPECT_NE(sheared.BackPropagatePoint(sheared.PropagatePoint(p))[0], p[0]);
 
     ExpectFramesNear(pose.BackPropagateFrame(pose), Frame(), 1e-15);
     ExpectFramesNear(pose.PropagateFrame(Frame()), pose, 0);
-    const Frame child(V(1, 1, 1), V(1, 1, 0), V(0, 0, 1), V(0, 0, 0));
+    const Frame child(Vec3d(1, 1, 1), Vec3d(1, 1, 0), Vec3d(0, 0, 1), Vec3d(0, 0, 0));
     ExpectFramesNear(pose.BackPropagateFrame(pose.PropagateFrame(child)), child, 1e-14);
 }
 
 TEST(Frame, TransformRotateTranslate) {
-    const Frame f(Mat3<double>(0, -1, 0, 1, 0, 0, 0, 0, 1), V(1, 0, 0));
+    const Frame f(Mat3<double>(0, -1, 0, 1, 0, 0, 0, 0, 1), Vec3d(1, 0, 0));
     Frame moved(f);
     moved.Transform(Mat4<double>(1, 0, 0, 10, 0, 1, 0, 20, 0, 0, 1, 30, 9, 9, 9, 9));
     ExpectVec(moved.GetOrigin(), 11, 20, 30);
-    ExpectAxes(moved, V(0, 1, 0), V(-1, 0, 0), V(0, 0, 1));
+    ExpectAxes(moved, Vec3d(0, 1, 0), Vec3d(-1, 0, 0), Vec3d(0, 0, 1));
     // A general transform is t * M, its translation added last.
     Frame scaled(f);
     scaled.Transform(Mat4<double>(2, 0, 0, 1, 0, 3, 0, 0, 0, 0, 4, 0, 0, 0, 0, 1));
     ExpectVec(scaled.GetOrigin(), 3, 0, 0);
-    ExpectAxes(scaled, V(0, 3, 0), V(-2, 0, 0), V(0, 0, 4));
+    ExpectAxes(scaled, Vec3d(0, 3, 0), Vec3d(-2, 0, 0), Vec3d(0, 0, 4));
 
     Frame turned;
-    turned.SetOrigin(V(1, 0, 0));
+    turned.SetOrigin(Vec3d(1, 0, 0));
     turned.Rotate(Mat3<double>(0, -1, 0, 1, 0, 0, 0, 0, 1));
     ExpectVec(turned.GetOrigin(), 0, 1, 0);
     ExpectVec(turned.GetXAxis(), 0, 1, 0);
 
-    turned.Translate(V(0.5, 0.25, -1));
+    turned.Translate(Vec3d(0.5, 0.25, -1));
     ExpectVec(turned.GetOrigin(), 0.5, 1.25, -1);
 }
 
@@ -186,12 +186,12 @@ TEST(Records, ConvertToAndFromFrames) {
     EXPECT_TRUE(SameBits(Frame(RegistrationInformation()), Frame()));
 
     const Orientation turned(XYZ{0, 1, 0}, XYZ{-1, 0, 0}, XYZ{0, 0, 1});
-    ExpectVec(Frame(turned).PropagatePoint(V(1, 0, 0)), 0, 1, 0);
+    ExpectVec(Frame(turned).PropagatePoint(Vec3d(1, 0, 0)), 0, 1, 0);
     const Frame f(RegistrationInformation(turned, XYZ{5, 6, 7}));
     EXPECT_EQ(f(0, 3), 5.0);
     EXPECT_EQ(f(1, 0), 1.0);
     EXPECT_EQ(f(0, 1), -1.0);
-    ExpectVec(f.PropagatePoint(V(1, 0, 0)), 5, 7, 7);
+    ExpectVec(f.PropagatePoint(Vec3d(1, 0, 0)), 5, 7, 7);
     // Frame to Orientation drops the origin.
     ExpectVec(Frame(static_cast<Orientation>(f)).GetOrigin(), 0, 0, 0);
 

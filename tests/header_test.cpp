@@ -193,12 +193,16 @@ TEST(Header, BufferThresholdsDifferBetweenReadingAndWriting) {
         const char* self = reinterpret_cast<const char*>(&h);
         return p >= self && p < self + sizeof(TestHeader);
     };
-    for (std::uint32_t size : {1008u, 1009u, 1024u, 1025u}) {
+    // A 1024-byte record (1008 data bytes) still fits the object's buffer when
+    // written, a 1024-byte data block when read.
+    constexpr std::uint32_t kBuffer = IOHeader::sBufferSize;
+    static_assert(kBuffer == 1024, "the header's buffer holds 1024 bytes");
+    for (std::uint32_t size : {kBuffer - 16, kBuffer - 15, kBuffer, kBuffer + 1}) {
         TestHeader w;
         w.fixedSize = size;
         OutMemoryStream out;
         ASSERT_EQ(w.Write(&out), size + 16);
-        EXPECT_EQ(inObject(w, w.writtenAt), size + 16 <= 1024) << size;
+        EXPECT_EQ(inObject(w, w.writtenAt), size + 16 <= kBuffer) << size;
         EXPECT_EQ(LE64(out.GetBuffer()), kG);
         EXPECT_EQ(LE32(out.GetBuffer() + 12), size);
 
@@ -207,10 +211,33 @@ TEST(Header, BufferThresholdsDifferBetweenReadingAndWriting) {
         r.storedSize = size;
         InMemoryStream in(out.GetBuffer(), out.BufferSize());
         ASSERT_EQ(r.Read(&in), size + 16);
-        EXPECT_EQ(inObject(r, r.receivedAt), size <= 1024) << size;
+        EXPECT_EQ(inObject(r, r.receivedAt), size <= kBuffer) << size;
         EXPECT_EQ(std::string(r.received.begin(), r.received.end()),
                   std::string(out.GetBuffer() + 16, size));
     }
+}
+
+TEST(Header, ReferenceOverloadsWriteAndReadLikeThePointerForms) {
+    TestHeader byPointer, byReference;
+    OutMemoryStream pointerOut, referenceOut;
+    ASSERT_EQ(byPointer.Write(&pointerOut), 28u);
+    ASSERT_EQ(byPointer.Write(&pointerOut, 1), 24u);
+    EXPECT_EQ(byReference.Write(referenceOut), 28u);
+    EXPECT_EQ(byReference.Write(referenceOut, 1), 24u);
+    EXPECT_EQ(byReference.GetReadVersion(), 1u);
+    ASSERT_EQ(referenceOut.BufferSize(), pointerOut.BufferSize());
+    EXPECT_EQ(std::memcmp(referenceOut.GetBuffer(), pointerOut.GetBuffer(), 52), 0);
+
+    TestHeader r;
+    r.storedSize = 12;
+    InMemoryStream in(referenceOut.GetBuffer(), referenceOut.BufferSize());
+    EXPECT_EQ(r.Read(in), 28u);
+    EXPECT_EQ(r.GetReadVersion(), 2u);
+    r.storedSize = 8;
+    EXPECT_EQ(r.Read(in), 24u);
+    EXPECT_EQ(r.GetReadVersion(), 1u);
+    EXPECT_EQ(r.Read(in), 0u);  // at the end: nothing consumed
+    EXPECT_EQ(in.Tell(), 52u);
 }
 
 TEST(Header, CopiesCarryFieldsAndBuffer) {

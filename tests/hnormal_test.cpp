@@ -15,7 +15,7 @@
 #include "../src/colour/normal_code.h"
 
 using lxbase::HNormalRGB;
-using Point = lxbase::tBaseXYZPoint<float>;
+using lxbase::XYZf;
 namespace detail = lxbase::detail;
 
 namespace {
@@ -24,13 +24,13 @@ constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 const double kDegreesPerRadian = 180 / std::acos(-1.0);
 
-std::uint16_t FastCode(const Point& n) {
+std::uint16_t FastCode(const XYZf& n) {
     HNormalRGB record;
     record.SetNormal(n);
     return record.GetNormalCode();
 }
 
-Point Decode(std::uint16_t code) {
+XYZf Decode(std::uint16_t code) {
     HNormalRGB record;
     record.SetNormalCode(code);
     return record.GetNormal();
@@ -39,7 +39,7 @@ Point Decode(std::uint16_t code) {
 using testbits::Bits;
 using testbits::FloatFromBits;
 
-void ExpectNear(const Point& p, float x, float y, float z) {
+void ExpectNear(const XYZf& p, float x, float y, float z) {
     EXPECT_NEAR(p.x, x, 5e-5f);
     EXPECT_NEAR(p.y, y, 5e-5f);
     EXPECT_NEAR(p.z, z, 5e-5f);
@@ -76,7 +76,7 @@ TEST(HNormalRGB, ConstructorsAndColourWord) {
     EXPECT_EQ(withIntensity.codeWord, 1u);
     ExpectNear(withIntensity.GetNormal(), 0.58898f, -0.57145f, -0.57145f);
 
-    const HNormalRGB withNormal(1, 2, 3, Point(0, 0, -5));
+    const HNormalRGB withNormal(1, 2, 3, XYZf(0, 0, -5));
     EXPECT_EQ(withNormal.colourWord, 0x01020300u);
     EXPECT_EQ(withNormal.GetNormalCode(), 14899);
 }
@@ -110,7 +110,7 @@ TEST(HNormalRGB, EmptyBitsAndReservedBits) {
     p.SetEmptyBitValue(0x10001);
     EXPECT_EQ(p.GetEmptyBitValue(), 1u);
 
-    p.SetNormal(Point(1, 0, 0));
+    p.SetNormal(XYZf(1, 0, 0));
     EXPECT_EQ(p.GetEmptyBitValue(), 1u);
     p.SetNormalCode(5);
     EXPECT_EQ(p.GetNormalCode(), 5);
@@ -120,13 +120,13 @@ TEST(HNormalRGB, EmptyBitsAndReservedBits) {
     EXPECT_EQ(p.GetNormalCode(), 5);
     p.SetNormalCode(0);
     EXPECT_EQ(p.codeWord, (1u << 17) | (1u << 14));
-    p.SetNormal(Point(0, 0, 1));
+    p.SetNormal(XYZf(0, 0, 1));
     p.SetEmptyBitValue(3);
     EXPECT_EQ(p.codeWord, (3u << 17) | (1u << 14) | 12195u);
 }
 
 TEST(NormalCode, AxisCornerAndDegenerateCodes) {
-    struct Case { Point n; std::uint16_t code; };
+    struct Case { XYZf n; std::uint16_t code; };
     const Case cases[] = {
         {{1, 0, 0}, 1379},   {{-1, 0, 0}, 4083},  {{0, 1, 0}, 6787},    {{0, -1, 0}, 9491},
         {{0, 0, 1}, 12195},  {{0, 0, -1}, 14899}, {{2, 0, 0}, 1379},    {{1, 1, 1}, 2704},
@@ -150,15 +150,17 @@ TEST(NormalCode, Table) {
     EXPECT_EQ(Bits(table.angleScale), 0x42046ABBu);
     EXPECT_EQ(Bits(detail::kQuarterPi), 0x3F490FDBu);
     ExpectNear(Decode(1), 0.58898f, -0.57145f, -0.57145f);
-    ExpectNear(Decode(16224), 0.57145f, 0.57145f, -0.58898f);
+    constexpr std::uint16_t kLast = HNormalRGB::sLargestNormalCode;
+    static_assert(kLast == 6 * 52 * 52, "six faces of 52 x 52 cells after code 0");
+    ExpectNear(Decode(kLast), 0.57145f, 0.57145f, -0.58898f);
     ExpectNear(Decode(0), 0, 0, 0);
-    for (std::uint32_t code = 16225; code < 16384; ++code)
+    for (std::uint32_t code = kLast + 1u; code < 16384; ++code)
         ExpectNear(Decode(static_cast<std::uint16_t>(code)), 0, 0, 0);
 
     // Every cell centre is a unit vector on its own face and encodes back to
     // its own code.
-    for (std::uint16_t code = 1; code < 16225; ++code) {
-        const Point n = Decode(code);
+    for (std::uint16_t code = 1; code <= kLast; ++code) {
+        const XYZf n = Decode(code);
         const int face = (code - 1) / (52 * 52);
         const float dominant[3] = {n.x, n.y, n.z};
         ASSERT_GT(dominant[face / 2] * detail::kFaceSign[face], 0.5f) << code;
@@ -218,15 +220,15 @@ TEST(NormalCode, EncodersAgreeAndDecodeWithinCellRadius) {
     for (int i = 0; i < 300000; ++i) {
         const double v[3] = {gauss(random), gauss(random), gauss(random)};
         const double length = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
-        const Point n(static_cast<float>(v[0] / length), static_cast<float>(v[1] / length),
+        const XYZf n(static_cast<float>(v[0] / length), static_cast<float>(v[1] / length),
                       static_cast<float>(v[2] / length));
         const std::uint16_t code = FastCode(n);
         ASSERT_EQ(code, detail::EncodeNormalStepwise(n));
-        const Point d = Decode(code);
+        const XYZf d = Decode(code);
         const double dot = (d.x * v[0] + d.y * v[1] + d.z * v[2]) / length;
         worstDegrees = std::max(worstDegrees, std::acos(std::min(dot, 1.0)) * kDegreesPerRadian);
 
-        const Point bits(FloatFromBits(static_cast<std::uint32_t>(random())),
+        const XYZf bits(FloatFromBits(static_cast<std::uint32_t>(random())),
                          FloatFromBits(static_cast<std::uint32_t>(random())),
                          FloatFromBits(static_cast<std::uint32_t>(random())));
         ASSERT_EQ(FastCode(bits), detail::EncodeNormalStepwise(bits));

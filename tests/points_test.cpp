@@ -15,7 +15,7 @@
 
 using lxbase::tBasePolarPoint;
 using lxbase::tBaseXYZPoint;
-using P = tBaseXYZPoint<double>;
+using lxbase::XYZd;
 
 namespace {
 
@@ -96,26 +96,26 @@ struct AdversarialValues {
 namespace {
 
 // a < b and not b < a.
-bool Before(const P& a, const P& b) { return a < b && !(b < a); }
+bool Before(const XYZd& a, const XYZd& b) { return a < b && !(b < a); }
 
 }  // namespace
 
 TEST(ZOrder, ExamplesOfTheOrdering) {
-    EXPECT_TRUE(Before(P(2, 0, 0), P(1, 5, 0)));
-    EXPECT_TRUE(Before(P(0, 1, 0), P(1, 0, 0)));
-    EXPECT_TRUE(Before(P(0, 0, 1), P(1, 0, 0)));
-    EXPECT_TRUE(Before(P(2, 1, 0), P(3, 0, 0)));
-    EXPECT_TRUE(Before(P(100, -1, 0), P(0, 1, 0)));
-    EXPECT_TRUE(Before(P(0.75, 0, 0), P(0, 0.5, 0)));
+    EXPECT_TRUE(Before(XYZd(2, 0, 0), XYZd(1, 5, 0)));
+    EXPECT_TRUE(Before(XYZd(0, 1, 0), XYZd(1, 0, 0)));
+    EXPECT_TRUE(Before(XYZd(0, 0, 1), XYZd(1, 0, 0)));
+    EXPECT_TRUE(Before(XYZd(2, 1, 0), XYZd(3, 0, 0)));
+    EXPECT_TRUE(Before(XYZd(100, -1, 0), XYZd(0, 1, 0)));
+    EXPECT_TRUE(Before(XYZd(0.75, 0, 0), XYZd(0, 0.5, 0)));
     // A later sign difference decides over an earlier, higher level.
-    EXPECT_TRUE(Before(P(1e300, 0, -1), P(1, 0, 1)));
+    EXPECT_TRUE(Before(XYZd(1e300, 0, -1), XYZd(1, 0, 1)));
     // -0.0 is non-negative, and equal to +0.0.
-    EXPECT_TRUE(Before(P(-3, 0, 0), P(-0.0, 0, 0)));
-    EXPECT_FALSE(P(1, 2, 3) < P(1, 2, 3));
-    EXPECT_FALSE(P(0.0, -0.0, 5) < P(-0.0, 0.0, 5));
-    EXPECT_FALSE(P(-0.0, 0.0, 5) < P(0.0, -0.0, 5));
+    EXPECT_TRUE(Before(XYZd(-3, 0, 0), XYZd(-0.0, 0, 0)));
+    EXPECT_FALSE(XYZd(1, 2, 3) < XYZd(1, 2, 3));
+    EXPECT_FALSE(XYZd(0.0, -0.0, 5) < XYZd(-0.0, 0.0, 5));
+    EXPECT_FALSE(XYZd(-0.0, 0.0, 5) < XYZd(0.0, -0.0, 5));
     // A normal against a subnormal value outranks two subnormals.
-    EXPECT_TRUE(Before(P(DBL_MIN / 4, 0x1p-1060, 0), P(DBL_MIN, 0x1p-1061, 0)));
+    EXPECT_TRUE(Before(XYZd(DBL_MIN / 4, 0x1p-1060, 0), XYZd(DBL_MIN, 0x1p-1061, 0)));
 }
 
 TEST(ZOrder, MatchesFrexpStepsOnAdversarialPairs) {
@@ -133,8 +133,8 @@ TEST(ZOrder, MatchesFrexpStepsOnAdversarialPairs) {
             a[i] = (n & 1) ? gen.Scaled(scales[i]) : gen.Value();
             b[i] = gen.Partner(a[i]);
         }
-        const P pa(a[0], a[1], a[2]);
-        const P pb(b[0], b[1], b[2]);
+        const XYZd pa(a[0], a[1], a[2]);
+        const XYZd pb(b[0], b[1], b[2]);
         if ((pa < pb) != ReferenceLess(a, b) || (pb < pa) != ReferenceLess(b, a)) {
             ++mismatches;
             ADD_FAILURE() << std::hexfloat << "a = (" << a[0] << ", " << a[1] << ", " << a[2]
@@ -156,28 +156,28 @@ TEST(ZOrder, MatchesFrexpStepsOnAdversarialPairs) {
 }
 
 TEST(Points, MembersFollowTheirFormulas) {
-    P p(3, 4, 12);
+    XYZd p(3, 4, 12);
     EXPECT_EQ(p.Range(), 13.0);
-    EXPECT_EQ(P(1, 1, 1).Distance(P(4, 5, 13)), 13.0);
-    EXPECT_EQ(P(-1, -0.0, 0).HorizontalAngle(), -M_PI);
-    EXPECT_EQ(P(0, 0, -2).VerticalAngle(), M_PI);
+    EXPECT_EQ(XYZd(1, 1, 1).Distance(XYZd(4, 5, 13)), 13.0);
+    EXPECT_EQ(XYZd(-1, -0.0, 0).HorizontalAngle(), -M_PI);
+    EXPECT_EQ(XYZd(0, 0, -2).VerticalAngle(), M_PI);
     p[1] = 7;
     EXPECT_TRUE(p.y == 7 && p[2] == 12 && p.ToArray() + 1 == &p.y);
-    EXPECT_TRUE(P(0.0, 1, 2) == P(-0.0, 1, 2));
-    EXPECT_FALSE(P(NAN, 1, 2) == P(NAN, 1, 2));
-    EXPECT_FALSE(P(1, 2, 3) == P(1, 2, 3.5));
+    EXPECT_TRUE(XYZd(0.0, 1, 2) == XYZd(-0.0, 1, 2));
+    EXPECT_FALSE(XYZd(NAN, 1, 2) == XYZd(NAN, 1, 2));
+    EXPECT_FALSE(XYZd(1, 2, 3) == XYZd(1, 2, 3.5));
 
-    P q(1, 2, 3);
-    (q += P(1, 1, 1)) *= 2;  // (4, 6, 8)
+    XYZd q(1, 2, 3);
+    (q += XYZd(1, 1, 1)) *= 2;  // (4, 6, 8)
     q -= 1.0;
     q /= 4.0;
-    EXPECT_TRUE(q == P(0.75, 1.25, 1.75));
+    EXPECT_TRUE(q == XYZd(0.75, 1.25, 1.75));
     // A true division: 0.9 / 10 differs from 0.9 * (1 / 10).
-    P r(0.9, 1, -1);
+    XYZd r(0.9, 1, -1);
     r /= 10.0;
     EXPECT_EQ(r.x, 0.9 / 10.0);
     EXPECT_NE(r.x, 0.9 * (1.0 / 10.0));
-    r = P(1, -1, 0);
+    r = XYZd(1, -1, 0);
     r /= 0.0;
     EXPECT_TRUE(r.x == HUGE_VAL && r.y == -HUGE_VAL && std::isnan(r.z));
 
@@ -192,18 +192,18 @@ TEST(Points, MembersFollowTheirFormulas) {
 
 TEST(PointConversion, SpecialDirections) {
     tBasePolarPoint<double> polar(9, 9, 9);
-    polar = P(0, 0, 0);
+    polar = XYZd(0, 0, 0);
     EXPECT_TRUE(polar.range == 0 && polar.horizontalAngle == 0 && polar.verticalAngle == 0);
-    polar = P(0, 0, 5);
+    polar = XYZd(0, 0, 5);
     EXPECT_TRUE(polar.range == 5 && polar.horizontalAngle == 0 && polar.verticalAngle == 0);
-    polar = P(0, 0, -5);
+    polar = XYZd(0, 0, -5);
     EXPECT_EQ(polar.verticalAngle, 3.141592653589793);
     EXPECT_EQ(polar.horizontalAngle, 0.0);
-    polar = P(-0.0, 0.0, -5);
+    polar = XYZd(-0.0, 0.0, -5);
     EXPECT_EQ(polar.horizontalAngle, 3.141592653589793);
 
     // On the horizon z is r * cos(pi/2), about 6.1e-17 * r, not 0.
-    P cart;
+    XYZd cart;
     cart = tBasePolarPoint<double>(2, 0.3, M_PI / 2);
     EXPECT_EQ(cart.z, 2 * std::cos(M_PI / 2));
     EXPECT_GT(cart.z, 1e-16);

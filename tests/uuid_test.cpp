@@ -17,10 +17,12 @@ const unsigned char kBytes[16] = {0x0F, 0x8F, 0xAD, 0x5B, 0xD9, 0xCB, 0x46, 0x9F
                                   0xA1, 0x65, 0x70, 0x86, 0x77, 0x28, 0x95, 0x0E};
 
 std::u16string Widen(const std::string& ascii) { return std::u16string(ascii.begin(), ascii.end()); }
-UUID FromBytes(const unsigned char* bytes) { return UUID(static_cast<const void*>(bytes)); }
+// No pointer turns into an identifier by accident.
+static_assert(!std::is_convertible<const void*, UUID>::value, "UUID(const void*) is explicit");
+static_assert(!std::is_convertible<const double*, UUID>::value, "UUID(const void*) is explicit");
 
 TEST(Uuid, AcceptedForms) {
-    const UUID expected = FromBytes(kBytes);
+    const UUID expected = UUID::FromBytes(kBytes);
     for (const std::string& text : {kText, std::string("0F8FAD5BD9CB469FA16570867728950E"), "{" + kText + "}",
                                    std::string("{0f8FaD5bd9cb469fa16570867728950E}")}) {
         EXPECT_TRUE(UUID::isValid(text) && UUID::isValid(Widen(text))) << text;
@@ -34,7 +36,6 @@ TEST(Uuid, AcceptedForms) {
     EXPECT_EQ(static_cast<std::string>(expected), kText);
     EXPECT_EQ(static_cast<std::u16string>(expected), Widen(kText));
     EXPECT_EQ(expected.ToBytes(), std::vector<unsigned char>(kBytes, kBytes + 16));
-    EXPECT_TRUE((std::is_convertible<const void*, UUID>::value));  // raw bytes convert implicitly
     // Empty (and null) text is the zero identifier, but not valid text.
     for (const UUID& zero : {UUID(std::string()), UUID(std::u16string()), UUID(""), UUID(u""),
                              UUID(static_cast<const char*>(nullptr)), UUID(static_cast<const char16_t*>(nullptr)),
@@ -78,16 +79,16 @@ TEST(Uuid, RefusedFormsThrowBoostsInvalidString) {
 TEST(Uuid, PrintsAndOrdersBytes) {
     const unsigned char bytes[16] = {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF,
                                      0xFE, 0xDC, 0xBA, 0x98, 0x76, 0x54, 0x32, 0x10};
-    EXPECT_EQ(FromBytes(bytes).ToString(), "01234567-89ab-cdef-fedc-ba9876543210");
+    EXPECT_EQ(UUID::FromBytes(bytes).ToString(), "01234567-89ab-cdef-fedc-ba9876543210");
     unsigned char low[16] = {0x7F}, high[16] = {0x80};
-    const UUID a = FromBytes(low), b = FromBytes(high);
+    const UUID a = UUID::FromBytes(low), b = UUID::FromBytes(high);
     EXPECT_TRUE(a < b && b > a && !(b < a) && !(a > b) && a != b && !(a == b));
     UUID c;
     c = a;
     EXPECT_TRUE(c == a && !(c != a) && !(a < c) && !(a > c));
     low[15] = 1;  // a later byte decides only when the earlier ones agree
     high[0] = 0x7F;
-    EXPECT_LT(FromBytes(high), FromBytes(low));
+    EXPECT_LT(UUID::FromBytes(high), UUID::FromBytes(low));
 }
 
 TEST(Uuid, GenerateMakesVersion4Rfc4122) {

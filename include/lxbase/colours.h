@@ -79,6 +79,11 @@ extern template struct t_RGBType<char>;
 extern template struct t_RGBType<unsigned char>;
 extern template struct t_RGBType<float>;
 
+// Short names of the instantiated colour types.
+using RGB8 = t_RGBType<unsigned char>;
+using RGBc = t_RGBType<char>;
+using RGBf = t_RGBType<float>;
+
 // Hue, saturation and lightness as 16-bit fixed-point numbers: hue 0..65535
 // for 0..360 degrees, saturation and lightness 0..65535 for 0..1.
 struct LXBASE_API HSLType {
@@ -136,7 +141,11 @@ struct LXBASE_API tRGBIType {
 
 extern template struct tRGBIType<t_RGBType<unsigned char>, t_IntensityType<unsigned char>>;
 
-static_assert(sizeof(tRGBIType<t_RGBType<unsigned char>, t_IntensityType<unsigned char>>) == 4,
+// Short names of the 8-bit intensity and of the exported colour with intensity.
+using Intensity8 = t_IntensityType<unsigned char>;
+using RGBI8 = tRGBIType<RGB8, Intensity8>;
+
+static_assert(sizeof(RGBI8) == 4,
               "an 8-bit colour with intensity is four bytes: red, green, blue, intensity");
 
 }  // namespace lxbase

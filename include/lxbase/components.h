@@ -34,6 +34,10 @@ enum ComponentType : std::int32_t {
     LastComponent = 37
 };
 
+// The correctly spelled name of UnkownComponent (0), which keeps its name in
+// the enumeration and in the name table.
+inline constexpr ComponentType UnknownComponent = UnkownComponent;
+
 // The member's name ("Distance"), or "UnkownComponent[<signed decimal>]" for
 // a value without one ("UnkownComponent[25]", "UnkownComponent[-1]").
 LXBASE_API std::string ComponentToString(ComponentType component);

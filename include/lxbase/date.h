@@ -29,6 +29,8 @@ struct LXBASE_API Date {
     // boost::bad_lexical_cast, std::out_of_range, utf8::invalid_utf16...)
     // reaches the caller.
     Date(const std::u16string& text);
+    // The same reading of UTF-8 text.
+    Date(const std::string& text);
     // A file time: 100-ns intervals since 1601-01-01 00:00:00 as its low and
     // high 32-bit halves. Microseconds are truncated; a time past
     // 9999-12-31 23:59:59.999999 throws boost::gregorian::bad_year.
@@ -50,6 +52,9 @@ struct LXBASE_API Date {
     // "C" locale if it names none that exists), a blank, and the time as
     // 24-hour hh:mm:ss. Special values give the words of ToISOString.
     std::u16string ToLocalString() const;
+    // ToISOString and ToLocalString as UTF-8.
+    std::string ToISOStringUTF8() const;
+    std::string ToLocalStringUTF8() const;
 
     // Order of Boost's tick count: -infinity, real times, not-a-date-time,
     // +infinity. Two not-a-date-time values are equal.

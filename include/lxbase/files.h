@@ -43,8 +43,8 @@ public:
 
     // Open never throws. A file that is still open is closed first; a
     // directory is refused (reading it could only fail).
-    virtual bool Open(const std::u16string& name);
-    virtual bool Open(const std::string& name);
+    [[nodiscard]] virtual bool Open(const std::u16string& name);
+    [[nodiscard]] virtual bool Open(const std::string& name);
     virtual void Close();
 
     // Seeks to the end displaced by offset, read as a signed number.
@@ -72,11 +72,17 @@ private:
 // lxOutFile is not an input stream.
 class LXBASE_API lxOutFile : public IOutFileStream {
 public:
+    // A named form of the update flag: Create is false ("wb"), Update is true
+    // ("r+b"). The overloads taking it behave exactly like the bool ones.
+    enum class OpenMode : bool { Create = false, Update = true };
+
     lxOutFile();
     // Throws LXFileNotOpenException("Cannot open file: " + name).
     lxOutFile(const std::string& name, bool update);
     // Throws LXFileNotOpenException("Cannot open file").
     lxOutFile(const std::u16string& name, bool update);
+    lxOutFile(const std::string& name, OpenMode mode) : lxOutFile(name, IsUpdate(mode)) {}
+    lxOutFile(const std::u16string& name, OpenMode mode) : lxOutFile(name, IsUpdate(mode)) {}
     lxOutFile(const lxOutFile&) = delete;
     lxOutFile& operator=(const lxOutFile&) = delete;
     lxOutFile(lxOutFile&& other) noexcept;
@@ -93,8 +99,12 @@ public:
     ~lxOutFile() override;
 
     // Open never throws; a file that is still open is closed first.
-    bool Open(const std::string& name, bool update);
-    bool Open(const std::u16string& name, bool update);
+    [[nodiscard]] bool Open(const std::string& name, bool update);
+    [[nodiscard]] bool Open(const std::u16string& name, bool update);
+    [[nodiscard]] bool Open(const std::string& name, OpenMode mode) { return Open(name, IsUpdate(mode)); }
+    [[nodiscard]] bool Open(const std::u16string& name, OpenMode mode) {
+        return Open(name, IsUpdate(mode));
+    }
     void Close();
 
     // False at once (last count unchanged) unless opened with update true.
@@ -102,14 +112,16 @@ public:
     std::uint64_t GetLastCount() const;
     bool SeekEnd(std::uint64_t offset);
     std::uint64_t GetFileSize();
-    bool Flush() const;
+    [[nodiscard]] bool Flush() const;
     // Cuts the file at the position of its descriptor; the FILE buffer is not
     // flushed first (SeekAbsolute or Flush before calling this).
-    bool TruncateToCurrentPosition();
+    [[nodiscard]] bool TruncateToCurrentPosition();
     bool IsOpen() const { return open_; }
     std::FILE* GetFILE() const { return handle_; }
 
 private:
+    static bool IsUpdate(OpenMode mode) { return mode == OpenMode::Update; }
+
     std::FILE* handle_ = nullptr;
     bool open_ = false;
     std::uint64_t lastCount_ = 0;
@@ -131,8 +143,8 @@ public:
     LargeIfstream& operator=(LargeIfstream&& other) noexcept;
     ~LargeIfstream() override;
 
-    bool Open(const std::u16string& name) override;
-    bool Open(const std::string& name) override;
+    [[nodiscard]] bool Open(const std::u16string& name) override;
+    [[nodiscard]] bool Open(const std::string& name) override;
     void Close() override;
 
     // std::getline semantics: up to the next line feed (or delimiter), which

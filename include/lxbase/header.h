@@ -15,11 +15,15 @@ namespace lxbase {
 struct LXBASE_API IOHeader {
     // Reads one record. Returns 16 + N, or 0 when the stream is at its end or
     // another type's record stands there (the stream is then moved back).
-    std::uint32_t Read(IInFileStream* stream);
+    [[nodiscard]] std::uint32_t Read(IInFileStream* stream);
     // Writes one record in the current version; returns 16 + N.
     std::uint32_t Write(IOutFileStream* stream);
     // Writes one record in the given version (at most CurrentVersion()).
     std::uint32_t Write(IOutFileStream* stream, std::uint32_t version);
+    // The same three operations on a stream passed by reference.
+    [[nodiscard]] std::uint32_t Read(IInFileStream& stream) { return Read(&stream); }
+    std::uint32_t Write(IOutFileStream& stream) { return Write(&stream); }
+    std::uint32_t Write(IOutFileStream& stream, std::uint32_t version) { return Write(&stream, version); }
     std::uint64_t GetGUID() const;
     std::uint32_t GetReadVersion() const;
     bool IsValid() const;
@@ -38,13 +42,18 @@ struct LXBASE_API IOHeader {
     IOHeader& operator=(const IOHeader&) = default;
     IOHeader& operator=(IOHeader&&) = default;
 
+    // Size of the scratch buffer inside the object: a record of at most this
+    // many bytes (prefix included) is written without a heap block, a data
+    // block of at most this many bytes is read without one.
+    static constexpr std::uint32_t sBufferSize = 1024;
+
 protected:
     IOHeader();
     std::uint32_t DataSize() const;
     ~IOHeader();  // not virtual: a header is destroyed through its own type
 
 private:
-    static constexpr int _BUFSIZE = 1024;
+    static constexpr int _BUFSIZE = static_cast<int>(sBufferSize);
 
     std::uint64_t identifier_;
     std::uint32_t dataSize_;

@@ -28,6 +28,9 @@ struct LXBASE_API HNormalRGB {
     static const std::uint32_t IMask = 0x000000FFu;
     static const std::uint32_t sRemainingShift = 17;
     static const std::uint32_t sRemainingComp = 0x0001FFFFu;
+    // The largest normal code in use: codes 1 to sLargestNormalCode are cells
+    // of the cube map, 0 and the codes above it decode to (0, 0, 0).
+    static constexpr std::uint16_t sLargestNormalCode = 16224;
 
     // Black, intensity 0, code 0, empty-bit value 0.
     HNormalRGB() : codeWord(0), colourWord(0) {}

@@ -96,6 +96,12 @@ extern template tBasePolarPoint<float>& tBasePolarPoint<float>::operator=(const 
 extern template tBasePolarPoint<double>& tBasePolarPoint<double>::operator=(const tBaseXYZPoint<float>&);
 extern template tBasePolarPoint<double>& tBasePolarPoint<double>::operator=(const tBaseXYZPoint<double>&);
 
+// Short names of the instantiated point types.
+using XYZd = tBaseXYZPoint<double>;
+using XYZf = tBaseXYZPoint<float>;
+using Polard = tBasePolarPoint<double>;
+using Polarf = tBasePolarPoint<float>;
+
 // Plain record of three doubles, laid out like tBaseXYZPoint<double>.
 struct LXBASE_API XYZ {
     double x = 0;

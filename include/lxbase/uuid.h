@@ -23,8 +23,8 @@ struct LXBASE_API UUID {
     // All zero.
     UUID();
     // Copies 16 bytes from `bytes`, in order; the caller guarantees them.
-    // Implicit, like the text constructors: `UUID id = bytes;` is valid.
-    UUID(const void* bytes);
+    // Explicit: an implicit conversion from any pointer would be a trap.
+    explicit UUID(const void* bytes);
     UUID(const std::string& text);
     // The rule applies to the 16-bit characters themselves; a character outside
     // ASCII is never a hex digit, dash or brace.
@@ -42,9 +42,12 @@ struct LXBASE_API UUID {
     // operating system's entropy (boost::uuids::entropy_error if there is none).
     static UUID Generate();
     static UUID Generate_Zeros();
+    // The identifier made of the 16 bytes at `bytes`, in order (the same as
+    // UUID(const void*)).
+    static UUID FromBytes(const void* bytes) { return UUID(bytes); }
     // Whether the text rule accepts `text`; never throws.
-    static bool isValid(const std::string& text);
-    static bool isValid(const std::u16string& text);
+    [[nodiscard]] static bool isValid(const std::string& text);
+    [[nodiscard]] static bool isValid(const std::u16string& text);
 
     bool IsZero() const;
     // 36 characters, lower-case hex, 8-4-4-4-12, no braces.

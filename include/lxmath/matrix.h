@@ -89,6 +89,11 @@ extern template class SquareMatrix<double, 4>;
 extern template class Mat3<double>;
 extern template class Mat4<double>;
 
+// Short names of the instantiated vector and matrix types.
+using Vec3d = Vec3<double>;
+using Mat3d = Mat3<double>;
+using Mat4d = Mat4<double>;
+
 }  // namespace lxmath
 
 #endif

@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "lxbase/export.h"
+#include "lxbase/hnormal_rgb.h"
 #include "lxbase/points.h"
 
 namespace lxbase {
@@ -38,7 +39,8 @@ constexpr int kHalfGrid = static_cast<int>(kGridSize / 2);
 constexpr int kLastCell = static_cast<int>(kGridSize) - 1;
 constexpr std::uint32_t kNormalCount = 6 * kGridSize * kGridSize + 1;
 static_assert(kGridSize == 52, "52 cells along a face edge");
-static_assert(kNormalCount == 16225 && kNormalCount <= kNormalCodeSpace, "codes fit in 14 bits");
+static_assert(kNormalCount == HNormalRGB::sLargestNormalCode + 1u && kNormalCount <= kNormalCodeSpace,
+              "codes fit in 14 bits");
 
 // π/4 and π/2 rounded to single precision (bit patterns 0x3F490FDB, 0x3FC90FDB).
 constexpr float kQuarterPi = 0.78539819f;

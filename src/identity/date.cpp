@@ -16,12 +16,12 @@ using boost::posix_time::ptime;
 
 // Boost's compact ISO form first; if that reading fails in any way, the
 // delimited form, whose failure is the caller's to see.
-ptime ReadText(const std::u16string& text) {
+ptime ReadText(const std::string& text) {
     try {
-        return boost::posix_time::from_iso_string(Encode_UTF8(text));
+        return boost::posix_time::from_iso_string(text);
     } catch (...) {
     }
-    return boost::posix_time::time_from_string(Encode_UTF8(text));
+    return boost::posix_time::time_from_string(text);
 }
 
 // Days from 1601-01-01 to the last day of Boost's calendar, 9999-12-31.
@@ -73,7 +73,11 @@ Date::Date() : value_(new ptime(boost::posix_time::microsec_clock::local_time())
 
 Date::Date(const Date& other) : value_(new ptime(*other.value_)) {}
 
-Date::Date(const std::u16string& text) : value_(new ptime(ReadText(text))) {}
+// Text that is not valid UTF-16 throws from the conversion, as it would from
+// either reading.
+Date::Date(const std::u16string& text) : Date(Encode_UTF8(text)) {}
+
+Date::Date(const std::string& text) : value_(new ptime(ReadText(text))) {}
 
 Date::Date(std::uint32_t low, std::uint32_t high)
     : value_(new ptime(FromFileTime((static_cast<std::uint64_t>(high) << 32) | low))) {}
@@ -91,24 +95,28 @@ Date& Date::operator=(const Date& other) {
 
 Date Date::Now() {
     const ptime now = boost::posix_time::microsec_clock::local_time();
-    return Date(Decode_UTF8(boost::posix_time::to_iso_string(now)));
+    return Date(boost::posix_time::to_iso_string(now));
 }
 
 Date Date::NoDate() { return Date(new ptime(boost::posix_time::not_a_date_time)); }
 
 bool Date::IsValid() const { return !value_->is_not_a_date_time(); }
 
-std::u16string Date::ToISOString() const {
+std::u16string Date::ToISOString() const { return Decode_UTF8(ToISOStringUTF8()); }
+
+std::string Date::ToISOStringUTF8() const {
     std::string text = boost::posix_time::to_iso_string(*value_);
     const std::string::size_type dot = text.rfind('.');
     if (dot != std::string::npos) text.erase(dot);
-    return Decode_UTF8(text);
+    return text;
 }
 
 std::u16string Date::ToLocalString() const {
     if (value_->is_special()) return ToISOString();
     return FormatLocalDateTime(*value_);
 }
+
+std::string Date::ToLocalStringUTF8() const { return Encode_UTF8(ToLocalString()); }
 
 bool Date::operator==(const Date& other) const { return TickCount(*value_) == TickCount(*other.value_); }
 bool Date::operator!=(const Date& other) const { return !(*this == other); }
