@@ -1,8 +1,6 @@
 // LargeIfstream over an arbitrary file, driven by the input: the first bytes
 // pick a mix of Getline/Ignore/Read/seeks, the rest is the file. After every
 // step Tell() must equal the bytes consumed by a simple model of the file.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -12,18 +10,15 @@
 #include <string>
 #include <vector>
 
+#include "../tests/temp_dir.h"
 #include "lxbase/files.h"
 
 namespace {
 
+// One file for the whole run, in a directory removed when the fuzzer exits.
 std::string TempPath() {
-    static const std::string path = [] {
-        char name[] = "/tmp/lxbase-fuzz-XXXXXX";
-        const int fd = mkstemp(name);
-        if (fd < 0) std::abort();
-        close(fd);
-        return std::string(name);
-    }();
+    static const TempDir dir;
+    static const std::string path = dir.Path("input");
     return path;
 }
 

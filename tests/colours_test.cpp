@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "bit_patterns.h"
+
 #include "lxbase/colours.h"
 
 using namespace lxbase;
@@ -45,12 +47,7 @@ int FrexpRank(unsigned char a, unsigned char b) {
     const float ma = std::frexp(static_cast<float>(a), &ea);
     const float mb = std::frexp(static_cast<float>(b), &eb);
     if (ea != eb) return std::max(ea, eb);
-    std::uint32_t ba = 0, bb = 0, bits = 0;
-    std::memcpy(&ba, &ma, 4);
-    std::memcpy(&bb, &mb, 4);
-    bits = (ba ^ bb) | 0x3F000000u;
-    float f = 0.0f;
-    std::memcpy(&f, &bits, 4);
+    const float f = testbits::FloatFromBits((testbits::Bits(ma) ^ testbits::Bits(mb)) | 0x3F000000u);
     int e = 0;
     std::frexp(f - 0.5f, &e);
     return ea + e;

@@ -1,7 +1,5 @@
 // The library used from 8 threads at once: every result must equal the one a
 // single thread computes. Run under ThreadSanitizer by the `tsan` preset.
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -15,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "lxbase/lxbase.h"
+#include "temp_dir.h"
 
 using namespace lxbase;
 
@@ -84,7 +83,7 @@ struct ScratchHeader : IOHeader {
 };
 
 // A header and payload through a memory stream and through a file of its own.
-bool StreamsRoundTrip(int thread, std::uint64_t round, const std::string& dir) {
+bool StreamsRoundTrip(int thread, std::uint64_t round, const TempDir& dir) {
     ScratchHeader h;
     h.value = round * 1000 + static_cast<std::uint64_t>(thread);
     OutMemoryStream out;
@@ -92,7 +91,7 @@ bool StreamsRoundTrip(int thread, std::uint64_t round, const std::string& dir) {
     const std::string payload(100 + thread, static_cast<char>('a' + thread));
     out.Write(payload.data(), payload.size());
 
-    const std::string path = dir + "/thread" + std::to_string(thread);
+    const std::string path = dir.Path("thread" + std::to_string(thread));
     {
         lxOutFile file(path, false);
         file.Write(out.GetBuffer(), out.BufferSize());
@@ -112,9 +111,7 @@ bool StreamsRoundTrip(int thread, std::uint64_t round, const std::string& dir) {
 }  // namespace
 
 TEST(Concurrency, EightThreadsAgreeWithOneThread) {
-    char pattern[] = "/tmp/lxbase-threads-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    const std::string dir = pattern;
+    const TempDir dir;
 
     std::vector<Sample> expected;
     for (int t = 0; t < kThreads; ++t) expected.push_back(Compute(static_cast<unsigned>(t)));
@@ -146,6 +143,4 @@ TEST(Concurrency, EightThreadsAgreeWithOneThread) {
         distinct.insert(list.begin(), list.end());
     }
     EXPECT_EQ(distinct.size(), total);
-    for (int t = 0; t < kThreads; ++t) std::remove((dir + "/thread" + std::to_string(t)).c_str());
-    rmdir(dir.c_str());
 }

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <random>
 
+#include "bit_patterns.h"
+
 #include "lxbase/records.h"
 #include "lxmath/frame.h"
 
@@ -199,10 +201,7 @@ TEST(Records, ConvertToAndFromFrames) {
     std::mt19937_64 rng(3);
     for (int n = 0; n < 100; ++n) {
         double v[12];
-        for (double& d : v) {
-            const std::uint64_t bits = rng();
-            std::memcpy(&d, &bits, sizeof d);
-        }
+        for (double& d : v) d = testbits::FromBits(rng());
         const RegistrationInformation info(
             Orientation(XYZ{v[0], v[1], v[2]}, XYZ{v[3], v[4], v[5]}, XYZ{v[6], v[7], v[8]}),
             XYZ{v[9], v[10], v[11]});

@@ -13,6 +13,64 @@
 
 namespace lxbase {
 
+namespace detail {
+
+// The open FILE of lxInFile and lxOutFile with the fields that go with it:
+// the open flag, the count of the latest Read and the buffer the FILE may
+// have been given. Move-only: the source of a move is left closed, so the
+// file is closed exactly once, by Close or the destructor. Every operation on
+// a closed handle reports its failure value (false, all bits set for Tell).
+// Internal to the library: its functions are not exported.
+class FileHandle {
+public:
+    FileHandle() = default;
+    FileHandle(FileHandle&& other) noexcept;
+    FileHandle& operator=(FileHandle&& other) noexcept;
+    ~FileHandle();
+
+    // Closes an open file first. A name holding a zero or naming a directory
+    // is refused; a wide name that is not valid UTF-16 cannot be opened.
+    bool Open(const std::string& name, const char* mode);
+    bool Open(const std::u16string& name, const char* mode);
+    // Closes the file, frees the buffer, sets the last count to 0.
+    void Close();
+    // Gives the FILE a buffer of size bytes; only right after opening.
+    // Throws std::bad_alloc.
+    bool UseBuffer(std::size_t size);
+
+    bool Read(char* destination, std::uint64_t count);
+    bool SeekForward(std::uint64_t count);
+    bool SeekBackward(std::uint64_t count);
+    bool SeekAbsolute(std::uint64_t position);
+    bool SeekEnd(std::uint64_t offset);
+    std::uint64_t Tell() const;
+
+    // GetFileSize of the stream over this handle: the position is taken and
+    // the size read through the stream's own (virtual) Tell; the results of
+    // the two seeks are not examined. 0 when closed.
+    template <class Stream>
+    std::uint64_t SizeSeenBy(const Stream& stream) {
+        if (!open_) return 0;
+        const std::uint64_t position = stream.Tell();
+        SeekEnd(0);
+        const std::uint64_t size = stream.Tell();
+        SeekAbsolute(position);
+        return size;
+    }
+
+    bool IsOpen() const { return open_; }
+    std::FILE* Get() const { return file_; }
+    std::uint64_t LastCount() const { return lastCount_; }
+
+private:
+    std::FILE* file_ = nullptr;
+    bool open_ = false;
+    std::uint64_t lastCount_ = 0;
+    std::unique_ptr<char[]> buffer_;
+};
+
+}  // namespace detail
+
 // Reads a file as a byte stream through a binary-mode FILE with 64-bit
 // positions. Move-only: a moved-from object is closed. Every operation on a
 // closed object reports its failure value (false, last count 0, all bits set
@@ -50,8 +108,8 @@ public:
     // Seeks to the end displaced by offset, read as a signed number.
     bool SeekEnd(std::uint64_t offset);
     std::uint64_t GetFileSize();
-    bool IsOpen() const { return open_; }
-    std::FILE* GetFILE() const { return handle_; }
+    bool IsOpen() const { return file_.IsOpen(); }
+    std::FILE* GetFILE() const { return file_.Get(); }
 
 protected:
     // Gives the open FILE a buffer of size bytes instead of its default one;
@@ -61,10 +119,7 @@ protected:
     bool UseBuffer(std::size_t size);
 
 private:
-    std::FILE* handle_ = nullptr;
-    bool open_ = false;
-    std::uint64_t lastCount_ = 0;
-    std::unique_ptr<char[]> buffer_;
+    detail::FileHandle file_;
 };
 
 // Creates (update false: mode "wb") or updates (update true: mode "r+b") a
@@ -116,15 +171,13 @@ public:
     // Cuts the file at the position of its descriptor; the FILE buffer is not
     // flushed first (SeekAbsolute or Flush before calling this).
     [[nodiscard]] bool TruncateToCurrentPosition();
-    bool IsOpen() const { return open_; }
-    std::FILE* GetFILE() const { return handle_; }
+    bool IsOpen() const { return file_.IsOpen(); }
+    std::FILE* GetFILE() const { return file_.Get(); }
 
 private:
     static bool IsUpdate(OpenMode mode) { return mode == OpenMode::Update; }
 
-    std::FILE* handle_ = nullptr;
-    bool open_ = false;
-    std::uint64_t lastCount_ = 0;
+    detail::FileHandle file_;
     bool writeOnly_ = true;
 };
 
