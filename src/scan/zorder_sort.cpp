@@ -8,7 +8,7 @@
 
 #include "progress.h"
 
-namespace scan {
+namespace lxscan {
 
 namespace {
 
@@ -332,4 +332,4 @@ Order SortZOrder(const PointArray& points, SortStats& stats, Progress* progress)
     return order;
 }
 
-}  // namespace scan
+}  // namespace lxscan

@@ -6,7 +6,7 @@
 
 #include <unistd.h>
 
-namespace scan {
+namespace lxscan {
 
 AtomicOutput::AtomicOutput(const std::string& path)
     : path_(path), temporary_(path + ".partial-" + std::to_string(getpid())) {
@@ -80,4 +80,4 @@ void BufferedOutput::Flush() {
     used_ = 0;
 }
 
-}  // namespace scan
+}  // namespace lxscan

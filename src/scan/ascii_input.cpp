@@ -7,11 +7,11 @@
 #include <cstring>
 #include <ios>
 
-namespace scan {
+namespace lxscan {
 
 namespace {
 
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == ','; }
 
 struct FormatInfo {
     TextFormat format;
@@ -351,4 +351,4 @@ double AsciiSource::Fraction() {
     return fileSize_ == 0 || position > fileSize_ ? 1.0 : static_cast<double>(position) / fileSize_;
 }
 
-}  // namespace scan
+}  // namespace lxscan

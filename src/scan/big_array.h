@@ -3,8 +3,8 @@
 // zeroing would touch every page of fresh memory once more. (Huge pages were
 // tried for these arrays too; where the kernel compacts memory to make them,
 // first touch got slower, not faster.)
-#ifndef SCAN_ROUNDTRIP_BIG_ARRAY_H
-#define SCAN_ROUNDTRIP_BIG_ARRAY_H
+#ifndef LXSCAN_SRC_BIG_ARRAY_H
+#define LXSCAN_SRC_BIG_ARRAY_H
 
 #include <memory>
 #include <new>
@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace scan {
+namespace lxscan {
 
 template <class T>
 class BigAllocator : public std::allocator<T> {
@@ -41,6 +41,6 @@ public:
 template <class T>
 using BigArray = std::vector<T, BigAllocator<T>>;
 
-}  // namespace scan
+}  // namespace lxscan
 
 #endif

@@ -1,6 +1,6 @@
-// Types shared by the parts of the scan round-trip example.
-#ifndef SCAN_ROUNDTRIP_SCAN_TYPES_H
-#define SCAN_ROUNDTRIP_SCAN_TYPES_H
+// Types shared by the parts of the scan module (not installed).
+#ifndef LXSCAN_SRC_SCAN_TYPES_H
+#define LXSCAN_SRC_SCAN_TYPES_H
 
 #include <chrono>
 #include <cstdint>
@@ -12,10 +12,11 @@
 #include <sys/stat.h>
 
 #include <lxbase/lxbase.h>
+#include <lxscan/types.h>
 
 #include "big_array.h"
 
-namespace scan {
+namespace lxscan {
 
 // A point as the program keeps it in memory and writes it: the position in
 // the parent coordinate system and the packed colour, intensity and normal.
@@ -37,19 +38,6 @@ struct LocalRecord {
     unsigned char intensity = 0;
     bool hasNormal = false;
     bool hasColour = false;
-};
-
-// Every failure the program reports: the message names the file and the
-// line or byte position where that makes sense.
-class ScanError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-// Axis-aligned bounding box in the parent system.
-struct Box {
-    double min[3] = {0, 0, 0};
-    double max[3] = {0, 0, 0};
 };
 
 // Makes the box take in p; the first point sets it.
@@ -92,6 +80,6 @@ inline double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-}  // namespace scan
+}  // namespace lxscan
 
 #endif

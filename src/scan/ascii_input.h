@@ -1,24 +1,17 @@
 // Reading ASCII point files: one point a line, x y z optionally followed by
 // r g b and/or nx ny nz, separated by blanks or tabs.
-#ifndef SCAN_ROUNDTRIP_ASCII_INPUT_H
-#define SCAN_ROUNDTRIP_ASCII_INPUT_H
+#ifndef LXSCAN_SRC_ASCII_INPUT_H
+#define LXSCAN_SRC_ASCII_INPUT_H
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 
-#include "scan_types.h"
+#include "scan_internal.h"
 
-namespace scan {
+namespace lxscan {
 
-enum class TextFormat { Auto, Xyz, XyzRgb, XyzNormal, XyzRgbNormal };
-
-// "auto", "xyz", "xyzrgb", "xyznormal", "xyzrgbnormal".
-bool ParseFormatName(std::string_view name, TextFormat& format);
-const char* FormatName(TextFormat format);
-// The column names, e.g. "x y z nx ny nz".
-const char* FormatColumns(TextFormat format);
 int ValueCount(TextFormat format);
 bool FormatHasColour(TextFormat format);
 bool FormatHasNormal(TextFormat format);
@@ -94,6 +87,6 @@ private:
     std::uint64_t estimate_ = 0;
 };
 
-}  // namespace scan
+}  // namespace lxscan
 
 #endif

@@ -1,16 +1,16 @@
 // An output file that appears under its name only when complete: written
 // under a temporary name beside the target and renamed by Commit.
-#ifndef SCAN_ROUNDTRIP_OUTPUT_FILE_H
-#define SCAN_ROUNDTRIP_OUTPUT_FILE_H
+#ifndef LXSCAN_SRC_OUTPUT_FILE_H
+#define LXSCAN_SRC_OUTPUT_FILE_H
 
 #include <cstdint>
 #include <cstdio>
 #include <string>
 #include <vector>
 
-#include "scan_types.h"
+#include "scan_internal.h"
 
-namespace scan {
+namespace lxscan {
 
 class AtomicOutput {
 public:
@@ -70,6 +70,6 @@ private:
     std::size_t used_ = 0;
 };
 
-}  // namespace scan
+}  // namespace lxscan
 
 #endif

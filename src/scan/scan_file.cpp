@@ -8,7 +8,7 @@
 
 #include "progress.h"
 
-namespace scan {
+namespace lxscan {
 
 namespace {
 
@@ -171,14 +171,14 @@ void DecodeRecord(const unsigned char* record, std::uint32_t coordinateBytes, Sc
 }
 
 void WriteScanFile(const std::string& path, const PointArray& points, const Order& order, ScanHeader& header,
-                   bool progress) {
+                   const ProgressCallback& progress) {
     header.pointCount = points.size();
     header.checksum = 0;
     AtomicOutput out(path);
     // The checksum is known only at the end: the header is written again then.
     out.WriteHeader(header);
     Checksum sum;
-    const std::size_t chunk = ScanFileReader::kChunk;
+    const std::size_t chunk = RecordFile::kChunk;
     std::vector<unsigned char> buffer(chunk * header.RecordSize());
     Progress shown("writing", progress);
     for (std::size_t begin = 0; begin < points.size(); begin += chunk) {
@@ -188,13 +188,14 @@ void WriteScanFile(const std::string& path, const PointArray& points, const Orde
         out.Write(buffer.data(), bytes);
         shown.Update(static_cast<double>(begin + n) / points.size());
     }
+    shown.Finish();
     header.checksum = sum.Value();
     out.SeekTo(0);
     out.WriteHeader(header);
     out.Commit();
 }
 
-ScanFileReader::ScanFileReader(const std::string& path) : path_(path) {
+RecordFile::RecordFile(const std::string& path) : path_(path) {
     errno = 0;
     if (!file_.Open(path)) {
         const int saved = errno;
@@ -207,11 +208,11 @@ ScanFileReader::ScanFileReader(const std::string& path) : path_(path) {
     CheckLength();
 }
 
-void ScanFileReader::Fail(const std::string& message) const { throw ScanError(path_ + ": " + message); }
+void RecordFile::Fail(const std::string& message) const { throw ScanError(path_ + ": " + message); }
 
 // The 16-byte block prefix is checked before IOHeader::Read sees it, so a
 // foreign or damaged length never decides how much is read or allocated.
-void ScanFileReader::CheckPrefix() {
+void RecordFile::CheckPrefix() {
     unsigned char prefix[16] = {};
     file_.Read(reinterpret_cast<char*>(prefix), sizeof prefix);
     const std::uint64_t got = file_.GetLastCount();
@@ -233,7 +234,7 @@ void ScanFileReader::CheckPrefix() {
              std::to_string(16 + length) + ")");
 }
 
-void ScanFileReader::CheckLength() {
+void RecordFile::CheckLength() {
     const std::uint32_t bytes = header_.coordinateBytes;
     if (bytes != 4 && bytes != 8)
         Fail("byte 168: coordinate size " + std::to_string(bytes) + " is neither 4 nor 8");
@@ -249,21 +250,34 @@ void ScanFileReader::CheckLength() {
              std::to_string(header_.pointCount) + " points");
 }
 
-std::size_t ScanFileReader::ReadChunk(std::vector<unsigned char>& buffer) {
-    const std::size_t n = static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, header_.pointCount - nextRecord_));
-    const std::size_t bytes = n * header_.RecordSize();
-    if (buffer.size() < bytes) buffer.resize(kChunk * header_.RecordSize());
-    file_.Read(reinterpret_cast<char*>(buffer.data()), bytes);
-    if (file_.GetLastCount() != bytes)
-        Fail("read error at byte " + std::to_string(RecordPosition(nextRecord_) + file_.GetLastCount()) + ": " +
-             std::strerror(errno));
-    nextRecord_ += n;
+void RecordFile::ReadAt(std::uint64_t first, std::uint64_t count, unsigned char* out) {
+    if (first > header_.pointCount || count > header_.pointCount - first)
+        Fail("points " + std::to_string(first) + " to " + std::to_string(first + count) + " asked for; the file holds " +
+             std::to_string(header_.pointCount));
+    if (count == 0) return;
+    const std::uint64_t bytes = count * header_.RecordSize();
+    if (first != nextRecord_ && !file_.SeekAbsolute(RecordPosition(first)))
+        Fail("cannot seek to byte " + std::to_string(RecordPosition(first)));
+    errno = 0;
+    file_.Read(reinterpret_cast<char*>(out), bytes);
+    if (file_.GetLastCount() != bytes) {
+        nextRecord_ = header_.pointCount + 1;  // the position is unknown now
+        Fail("read error at byte " + std::to_string(RecordPosition(first) + file_.GetLastCount()) + ": " +
+             (errno != 0 ? std::strerror(errno) : "the file is shorter than its header says"));
+    }
+    nextRecord_ = first + count;
+}
+
+std::size_t RecordFile::ReadChunk(std::uint64_t first, std::vector<unsigned char>& buffer) {
+    const std::size_t n = static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, header_.pointCount - first));
+    if (buffer.size() < n * header_.RecordSize()) buffer.resize(kChunk * header_.RecordSize());
+    ReadAt(first, n, buffer.data());
     return n;
 }
 
 void CompareScanFile(const std::string& path, const ScanHeader& written, const PointArray& points,
-                     const Order& order, bool progress) {
-    ScanFileReader reader(path);
+                     const Order& order, const ProgressCallback& progress) {
+    RecordFile reader(path);
     const ScanHeader& read = reader.Header();
     const char* differs = nullptr;
     if (read.id != written.id) differs = "identifier";
@@ -277,10 +291,10 @@ void CompareScanFile(const std::string& path, const ScanHeader& written, const P
 
     // Every byte is compared with what the points encode to; the checksum
     // of those bytes is then the one written, which the header holds.
-    std::vector<unsigned char> buffer, expected(ScanFileReader::kChunk * read.RecordSize());
+    std::vector<unsigned char> buffer, expected(RecordFile::kChunk * read.RecordSize());
     Progress shown("reading back", progress);
     for (std::size_t begin = 0; begin < points.size();) {
-        const std::size_t n = reader.ReadChunk(buffer);
+        const std::size_t n = reader.ReadChunk(begin, buffer);
         const std::size_t bytes = EncodeRecords(points, &order[begin], n, read.coordinateBytes, expected.data());
         if (std::memcmp(buffer.data(), expected.data(), bytes) != 0) {
             std::size_t i = 0;
@@ -292,15 +306,15 @@ void CompareScanFile(const std::string& path, const ScanHeader& written, const P
         begin += n;
         shown.Update(static_cast<double>(begin) / points.size());
     }
+    shown.Finish();
 }
 
-FileCheck CheckScanFile(const std::string& path, bool progress) {
+VerifyResult CheckScanFile(RecordFile& reader, const ProgressCallback& progress) {
     const Clock::time_point start = Clock::now();
-    ScanFileReader reader(path);
-    FileCheck result;
-    result.header = reader.Header();
+    VerifyResult result;
+    result.points = reader.Header().pointCount;
     result.fileSize = reader.FileSize();
-    const ScanHeader& header = result.header;
+    const ScanHeader& header = reader.Header();
     const std::uint32_t recordSize = header.RecordSize();
     Box box;
     ScanPoint previous, point;
@@ -308,7 +322,7 @@ FileCheck CheckScanFile(const std::string& path, bool progress) {
     Checksum sum;
     Progress shown("verifying", progress);
     for (std::uint64_t index = 0; index < header.pointCount;) {
-        const std::size_t n = reader.ReadChunk(buffer);
+        const std::size_t n = reader.ReadChunk(index, buffer);
         sum.Add(buffer.data(), n * recordSize);
         for (std::size_t i = 0; i < n; ++i, ++index) {
             DecodeRecord(&buffer[i * recordSize], header.coordinateBytes, point);
@@ -323,6 +337,7 @@ FileCheck CheckScanFile(const std::string& path, bool progress) {
         }
         shown.Update(static_cast<double>(index) / header.pointCount);
     }
+    shown.Finish();
     if (sum.Value() != header.checksum)
         reader.Fail("checksum of the points is " + Hex(sum.Value()) + ", the header says " + Hex(header.checksum) +
                     ": the file was changed after it was written");
@@ -331,4 +346,4 @@ FileCheck CheckScanFile(const std::string& path, bool progress) {
     return result;
 }
 
-}  // namespace scan
+}  // namespace lxscan

@@ -1,8 +1,8 @@
 // The built-in input: a terrestrial scan of a furnished room, measured on a
 // regular grid of horizontal and vertical angles and ray-cast against an
 // analytic scene, so every point has an exact surface normal.
-#ifndef SCAN_ROUNDTRIP_SYNTHETIC_SCAN_H
-#define SCAN_ROUNDTRIP_SYNTHETIC_SCAN_H
+#ifndef LXSCAN_SRC_SYNTHETIC_SCAN_H
+#define LXSCAN_SRC_SYNTHETIC_SCAN_H
 
 #include <cstdint>
 #include <string>
@@ -10,9 +10,9 @@
 #include <lxmath/lxmath.h>
 
 #include "ascii_input.h"
-#include "scan_types.h"
+#include "scan_internal.h"
 
-namespace scan {
+namespace lxscan {
 
 class SyntheticScan : public PointSource {
 public:
@@ -60,8 +60,8 @@ private:
 // (x y z with six decimals, then r g b and/or nx ny nz), in the scanner's
 // own system. Written under a temporary name and renamed when complete.
 void WriteAsciiScan(const std::string& path, PointSource& source, TextFormat format,
-                    bool progress);
+                    const ProgressCallback& progress);
 
-}  // namespace scan
+}  // namespace lxscan
 
 #endif

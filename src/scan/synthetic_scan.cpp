@@ -1,5 +1,8 @@
 #include "synthetic_scan.h"
 
+#include <lxscan/scan_writer.h>
+#include <lxscan/synthetic.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -7,8 +10,9 @@
 
 #include "output_file.h"
 #include "progress.h"
+#include "writer_internal.h"
 
-namespace scan {
+namespace lxscan {
 
 namespace {
 
@@ -229,7 +233,7 @@ char* PutByte(char* out, unsigned char value) {
 
 }  // namespace
 
-void WriteAsciiScan(const std::string& path, PointSource& source, TextFormat format, bool progress) {
+void WriteAsciiScan(const std::string& path, PointSource& source, TextFormat format, const ProgressCallback& progress) {
     AtomicOutput file(path);
     BufferedOutput out(file);
     Progress shown("writing text", progress);
@@ -252,4 +256,61 @@ void WriteAsciiScan(const std::string& path, PointSource& source, TextFormat for
     file.Commit();
 }
 
-}  // namespace scan
+lxbase::RegistrationInformation DefaultStandpoint() { return SyntheticScan::DefaultStandpoint(); }
+
+bool IsClearStandpoint(const lxbase::XYZ& position) { return SyntheticScan::IsClear(position); }
+
+namespace {
+
+lxbase::RegistrationInformation Standpoint(const DemoOptions& options) {
+    if (!options.standpoint) return SyntheticScan::DefaultStandpoint();
+    if (!SyntheticScan::IsClear(options.standpoint->translation))
+        throw ScanError("the synthetic scanner must stand inside the room (10..18 x 20..26 x 5..8), "
+                        "clear of the furniture");
+    return *options.standpoint;
+}
+
+}  // namespace
+
+void AddSyntheticScan(ScanWriter& writer, const DemoOptions& options) {
+    ScanWriter::Impl& impl = Internals(writer);
+    SyntheticScan source(options.points, Standpoint(options), options.colours);
+    impl.Reserve(impl.points.size() + options.points);
+    Packer packer = impl.MakePacker();
+    Progress shown("scanning", options.progress);
+    LocalRecord record;
+    ScanPoint point;
+    while (source.Next(record)) {
+        PackStats packed;
+        packer.Pack(record, point, packed);
+        impl.Append(&point, 1, packed, record.hasColour);
+        if ((impl.points.size() & 0xFFFF) == 0) shown.Update(source.Fraction());
+    }
+    shown.Finish();
+}
+
+ConvertResult WriteDemoScan(const std::string& output, const DemoOptions& options) {
+    const Clock::time_point start = Clock::now();
+    ScanWriterOptions writerOptions;
+    writerOptions.registration = Standpoint(options);
+    writerOptions.coordinateBytes = options.floatCoordinates ? 4 : 8;
+    writerOptions.progress = options.progress;
+    ScanWriter writer(writerOptions);
+    AddSyntheticScan(writer, options);
+    ConvertResult result;
+    InputSummary input;
+    input.path = "synthetic scan";
+    input.kind = "synthetic";
+    input.points = writer.Count();
+    result.inputs.push_back(input);
+    FinishConversion(writer, output, options.verify, start, result);
+    return result;
+}
+
+void WriteSyntheticText(const std::string& path, TextFormat format, const DemoOptions& options) {
+    if (format == TextFormat::Auto) format = TextFormat::XyzNormal;
+    SyntheticScan source(options.points, Standpoint(options), FormatHasColour(format));
+    WriteAsciiScan(path, source, format, options.progress);
+}
+
+}  // namespace lxscan

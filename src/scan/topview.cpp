@@ -1,4 +1,7 @@
-#include "exports.h"
+#include <lxscan/exporters.h>
+#include <lxscan/scan_reader.h>
+
+#include "scan_file.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,42 +13,9 @@
 #include "output_file.h"
 #include "progress.h"
 
-namespace scan {
+namespace lxscan {
 
 namespace {
-
-constexpr std::size_t kPlyRecord = 28;
-
-std::string PlyHeader(std::uint64_t count) {
-    return "ply\n"
-           "format binary_little_endian 1.0\n"
-           "comment written by scan_roundtrip (lxbase)\n"
-           "element vertex " + std::to_string(count) + "\n"
-           "property float x\nproperty float y\nproperty float z\n"
-           "property uchar red\nproperty uchar green\nproperty uchar blue\n"
-           "property uchar intensity\n"
-           "property float nx\nproperty float ny\nproperty float nz\n"
-           "end_header\n";
-}
-
-// PLY coordinates are floats; beyond their range a coordinate becomes an
-// infinity (a plain conversion would be undefined there).
-float ToFloat(double v) {
-    constexpr double kLargest = std::numeric_limits<float>::max();
-    if (v > kLargest) return std::numeric_limits<float>::infinity();
-    if (v < -kLargest) return -std::numeric_limits<float>::infinity();
-    return static_cast<float>(v);
-}
-
-void EncodePly(const ScanPoint& point, char* out) {
-    const float position[3] = {ToFloat(point.position.x), ToFloat(point.position.y), ToFloat(point.position.z)};
-    const lxbase::HNormalRGB& a = point.attributes;
-    const unsigned char colour[4] = {a.Red(), a.Green(), a.Blue(), a.Intensity()};
-    const lxbase::tBaseXYZPoint<float> normal = a.GetNormal();
-    std::memcpy(out, position, 12);
-    std::memcpy(out + 12, colour, 4);
-    std::memcpy(out + 16, normal.ToArray(), 12);
-}
 
 // Light from the north-west, high above.
 double Shade(const lxbase::HNormalRGB& attributes) {
@@ -97,20 +67,7 @@ unsigned Pixels(double extent, double pixel, unsigned longSide) {
 
 }  // namespace
 
-void WritePly(const std::string& path, const PointArray& points, const Order& order, bool progress) {
-    AtomicOutput file(path);
-    BufferedOutput out(file);
-    const std::string header = PlyHeader(points.size());
-    out.Append(header.data(), header.size());
-    Progress shown("writing PLY", progress);
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        EncodePly(points[order[i]], out.Reserve(kPlyRecord));
-        out.Advance(kPlyRecord);
-        if ((i & 0xFFFF) == 0) shown.Update(static_cast<double>(i) / points.size());
-    }
-    out.Flush();
-    file.Commit();
-}
+namespace {
 
 ImageSize WriteTopView(const std::string& path, const PointArray& points, const Box& box,
                        unsigned longSide) {
@@ -170,6 +127,21 @@ ImageSize WriteTopView(const std::string& path, const PointArray& points, const 
     return size;
 }
 
+}  // namespace
+
+ImageSize ExportTopView(ScanReader& scan, const std::string& path, unsigned longSide) {
+    if (longSide < 1 || longSide > 16384) throw ScanError(path + ": image size " + std::to_string(longSide) + ": 1 to 16384");
+    PointArray points(static_cast<std::size_t>(scan.Count()));
+    std::vector<unsigned char> records(RecordFile::kChunk * scan.RecordSize());
+    for (std::uint64_t first = 0; first < scan.Count(); first += RecordFile::kChunk) {
+        const std::uint64_t n = std::min<std::uint64_t>(RecordFile::kChunk, scan.Count() - first);
+        scan.ReadRecords(first, n, records.data());
+        for (std::uint64_t i = 0; i < n; ++i)
+            DecodeRecord(&records[i * scan.RecordSize()], scan.Header().coordinateBytes, points[first + i]);
+    }
+    return WriteTopView(path, points, scan.Header().box, longSide);
+}
+
 PngCheck CheckPng(const std::string& path) {
     png_image png;
     std::memset(&png, 0, sizeof png);
@@ -205,4 +177,4 @@ PngCheck CheckPng(const std::string& path) {
     return check;
 }
 
-}  // namespace scan
+}  // namespace lxscan

@@ -12,16 +12,16 @@
 // as if it were 0.5, but orders it as 0, which no key can mimic. Points with
 // a zero coordinate are therefore sorted by operator< alone (a natural merge
 // sort, from the key order) and merged in.
-#ifndef SCAN_ROUNDTRIP_ZORDER_SORT_H
-#define SCAN_ROUNDTRIP_ZORDER_SORT_H
+#ifndef LXSCAN_SRC_ZORDER_SORT_H
+#define LXSCAN_SRC_ZORDER_SORT_H
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-#include "scan_types.h"
+#include "scan_internal.h"
 
-namespace scan {
+namespace lxscan {
 
 class Progress;
 
@@ -64,6 +64,6 @@ struct SortStats {
 // Memory beyond the order: 20 bytes a point while the sort runs.
 Order SortZOrder(const PointArray& points, SortStats& stats, Progress* progress);
 
-}  // namespace scan
+}  // namespace lxscan
 
 #endif
