@@ -1,0 +1,186 @@
+// Geometry on numpy arrays: point conversions, the Z-order and Frame.
+#include <cstring>
+#include <string>
+
+#include <lxbase/points.h>
+#include <lxbase/records.h>
+#include <lxmath/frame.h>
+
+#include "arrays.h"
+#include "module.h"
+
+namespace lxpy {
+namespace {
+
+using lxbase::tBasePolarPoint;
+using lxbase::tBaseXYZPoint;
+
+// Calls f(array_t<float>) or f(array_t<double>) for an (N, 3) array of
+// either dtype.
+template <typename F>
+py::object ForFloatPoints(const py::object& object, const char* name, F f) {
+    py::array a = py::array::ensure(object);
+    if (a && a.dtype().equal(py::dtype::of<float>())) return f(CheckArray<float>(a, name, 3));
+    if (a && a.dtype().equal(py::dtype::of<double>())) return f(CheckArray<double>(a, name, 3));
+    if (!a) PyErr_Clear();
+    throw py::type_error(std::string(name) + ": expected dtype float32 or float64, got " +
+                         (a ? py::str(a.dtype()).cast<std::string>()
+                            : py::str(py::type::of(object)).cast<std::string>()));
+}
+
+// out[i] = the library's conversion of in[i], three values each; the point
+// types are three contiguous values, so they are copied in and out whole.
+template <typename To, typename From, typename T>
+py::object ConvertPoints(const py::array_t<T, py::array::c_style>& in) {
+    const std::size_t n = static_cast<std::size_t>(in.shape(0));
+    py::array_t<T> out = NewArray<T>(static_cast<py::ssize_t>(n), 3);
+    const T* source = in.data();
+    T* target = out.mutable_data();
+    {
+        py::gil_scoped_release release;
+        ParallelFor(n, [&](std::size_t first, std::size_t last) {
+            for (std::size_t i = first; i < last; ++i) {
+                From from;
+                To to;
+                std::memcpy(static_cast<void*>(&from), source + 3 * i, sizeof from);
+                to = from;
+                std::memcpy(target + 3 * i, static_cast<const void*>(&to), sizeof to);
+            }
+        });
+    }
+    return std::move(out);
+}
+
+// The frame of an (3, 4) or (4, 4) matrix; row 3 of a 4 x 4 is ignored.
+lxmath::Frame FrameFromMatrix(const py::object& matrix) {
+    py::array_t<double, py::array::c_style> m = py::array_t<double, py::array::c_style>::ensure(matrix);
+    if (!m) {
+        PyErr_Clear();
+        throw py::type_error("matrix: expected a 3x4 or 4x4 array of numbers");
+    }
+    if (m.ndim() != 2 || m.shape(1) != 4 || (m.shape(0) != 3 && m.shape(0) != 4))
+        throw py::value_error("matrix: expected shape (3, 4) or (4, 4), got " + ShapeText(m));
+    lxmath::Mat4<double> full;
+    std::memcpy(full.data(), m.data(), 12 * sizeof(double));
+    return lxmath::Frame(full);
+}
+
+// registration = (axes 3x3 whose columns are the local X, Y, Z axes,
+// translation 3).
+lxmath::Frame FrameFromRegistration(const py::object& registration) {
+    py::tuple pair;
+    try {
+        pair = py::tuple(py::iterable(registration));
+    } catch (const py::error_already_set&) {
+        throw py::type_error("registration: expected a pair (axes 3x3, translation 3)");
+    }
+    if (pair.size() != 2) throw py::value_error("registration: expected a pair (axes 3x3, translation 3)");
+    auto axes = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(pair[0]);
+    auto translation = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(pair[1]);
+    if (!axes || !translation) {
+        PyErr_Clear();
+        throw py::type_error("registration: axes and translation must be arrays of numbers");
+    }
+    if (axes.ndim() != 2 || axes.shape(0) != 3 || axes.shape(1) != 3)
+        throw py::value_error("registration: axes must have shape (3, 3), got " + ShapeText(axes));
+    if (translation.ndim() != 1 || translation.shape(0) != 3)
+        throw py::value_error("registration: translation must have shape (3,), got " + ShapeText(translation));
+    const double* a = axes.data();
+    const double* t = translation.data();
+    const lxbase::Orientation orientation(lxbase::XYZ(a[0], a[3], a[6]), lxbase::XYZ(a[1], a[4], a[7]),
+                                          lxbase::XYZ(a[2], a[5], a[8]));
+    return lxmath::Frame(lxbase::RegistrationInformation(orientation, lxbase::XYZ(t[0], t[1], t[2])));
+}
+
+py::array_t<double> MatrixOf(const lxmath::Frame& frame) {
+    py::array_t<double> out({4, 4});
+    const lxmath::Mat4<double> m = frame.GetMatrix();
+    std::memcpy(out.mutable_data(), m.data(), 16 * sizeof(double));
+    return out;
+}
+
+// Maps (N, 3) float64 points through the frame, into a new array.
+py::array_t<double> MapPoints(const lxmath::Frame& frame, const py::object& xyz, bool back) {
+    auto in = CheckArray<double>(xyz, "xyz", 3);
+    const std::size_t n = static_cast<std::size_t>(in.shape(0));
+    py::array_t<double> out = NewArray<double>(static_cast<py::ssize_t>(n), 3);
+    const double* source = in.data();
+    double* target = out.mutable_data();
+    py::gil_scoped_release release;
+    ParallelFor(n, [&](std::size_t first, std::size_t last) {
+        for (std::size_t i = first; i < last; ++i) {
+            const lxmath::Vec3<double> p(source[3 * i], source[3 * i + 1], source[3 * i + 2]);
+            const lxmath::Vec3<double> q = back ? frame.BackPropagatePoint(p) : frame.PropagatePoint(p);
+            target[3 * i] = q[0];
+            target[3 * i + 1] = q[1];
+            target[3 * i + 2] = q[2];
+        }
+    });
+    return out;
+}
+
+void RegisterFrame(py::module_& m) {
+    py::class_<lxmath::Frame>(m, "Frame")
+        .def(py::init([](const py::object& matrix, const py::object& registration) {
+                 if (!matrix.is_none() && !registration.is_none())
+                     throw py::value_error("Frame: give either matrix or registration, not both");
+                 if (!matrix.is_none()) return FrameFromMatrix(matrix);
+                 if (!registration.is_none()) return FrameFromRegistration(registration);
+                 return lxmath::Frame();
+             }),
+             py::arg("matrix") = py::none(), py::kw_only(), py::arg("registration") = py::none())
+        .def_property_readonly("matrix", &MatrixOf)
+        .def_property_readonly("registration",
+                               [](const lxmath::Frame& frame) {
+                                   py::array_t<double> axes({3, 3});
+                                   py::array_t<double> translation(3);
+                                   for (int r = 0; r < 3; ++r) {
+                                       for (int c = 0; c < 3; ++c) axes.mutable_at(r, c) = frame(r, c);
+                                       translation.mutable_at(r) = frame(r, 3);
+                                   }
+                                   return py::make_tuple(axes, translation);
+                               })
+        .def("propagate_points", [](const lxmath::Frame& f, const py::object& xyz) { return MapPoints(f, xyz, false); },
+             py::arg("xyz"))
+        .def("back_propagate_points",
+             [](const lxmath::Frame& f, const py::object& xyz) { return MapPoints(f, xyz, true); }, py::arg("xyz"))
+        .def("propagate_frame", &lxmath::Frame::PropagateFrame, py::arg("other"))
+        .def("back_propagate_frame", &lxmath::Frame::BackPropagateFrame, py::arg("other"))
+        .def("__eq__",
+             [](const lxmath::Frame& a, const lxmath::Frame& b) {
+                 for (int r = 0; r < 3; ++r)
+                     for (int c = 0; c < 4; ++c)
+                         if (!(a(r, c) == b(r, c))) return false;
+                 return true;
+             },
+             py::is_operator())
+        .def("__repr__", [](const lxmath::Frame& f) {
+            return "lxbase.Frame(" + py::repr(MatrixOf(f)[py::slice(0, 3, 1)]).cast<std::string>() + ")";
+        });
+}
+
+}  // namespace
+
+void RegisterGeometry(py::module_& m) {
+    m.def(
+        "cartesian_to_polar",
+        [](const py::object& xyz) {
+            return ForFloatPoints(xyz, "xyz", [](auto in) {
+                using T = typename decltype(in)::value_type;
+                return ConvertPoints<tBasePolarPoint<T>, tBaseXYZPoint<T>>(in);
+            });
+        },
+        py::arg("xyz"));
+    m.def(
+        "polar_to_cartesian",
+        [](const py::object& polar) {
+            return ForFloatPoints(polar, "polar", [](auto in) {
+                using T = typename decltype(in)::value_type;
+                return ConvertPoints<tBaseXYZPoint<T>, tBasePolarPoint<T>>(in);
+            });
+        },
+        py::arg("polar"));
+    RegisterFrame(m);
+}
+
+}  // namespace lxpy
