@@ -7,6 +7,7 @@
 #include "lxbase/header.h"
 #include "lxbase/files.h"
 #include "lxbase/points.h"
+#include "lxbase/zorder.h"
 #include "lxbase/records.h"
 #include "lxbase/colours.h"
 #include "lxbase/hnormal_rgb.h"
