@@ -8,7 +8,7 @@
 #include <benchmark/benchmark.h>
 
 #include "lxbase/hnormal_rgb.h"
-#include "../src/colour/normal_code.h"
+#include "normal_code.h"
 
 namespace {
 

@@ -7,6 +7,8 @@ install(TARGETS lxbase EXPORT lxbaseTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY include/lxbase include/lxmath DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${PROJECT_BINARY_DIR}/include/lxbase/version.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/lxbase)
 install(EXPORT lxbaseTargets NAMESPACE lxbase:: DESTINATION ${LXBASE_CMAKE_DIR})
 
 configure_package_config_file(cmake/lxbaseConfig.cmake.in
@@ -22,5 +24,18 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lxbaseConfig.cmake
 file(RELATIVE_PATH LXBASE_PC_RELATIVE_PREFIX
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" LXBASE_PC_RELATIVE_PREFIX "${LXBASE_PC_RELATIVE_PREFIX}")
+
+# The public headers include utf8-cpp's and Boost's. Neither ships a .pc file
+# on Debian, so their include directories are taken from the CMake targets
+# found at configure time; the compiler's own search directories are left out.
+set(LXBASE_PC_DEPENDENCY_CFLAGS "")
+foreach(dependency IN ITEMS utf8cpp Boost::headers)
+  get_target_property(directories ${dependency} INTERFACE_INCLUDE_DIRECTORIES)
+  foreach(directory IN LISTS directories)
+    if(NOT directory IN_LIST CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES)
+      string(APPEND LXBASE_PC_DEPENDENCY_CFLAGS " -I${directory}")
+    endif()
+  endforeach()
+endforeach()
 configure_file(cmake/lxbase.pc.in ${CMAKE_CURRENT_BINARY_DIR}/lxbase.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lxbase.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,34 +1,57 @@
-# Installs the built library into a scratch prefix, then builds and runs a tiny
-# consumer against it twice: through find_package and through pkg-config.
-file(REMOVE_RECURSE ${WORK_DIR})
+# Builds and runs the small consumer project of tests/consumer in the three
+# ways an outside project uses lxbase:
+#   1. installed into a scratch prefix and found with find_package;
+#   2. installed and compiled with the flags pkg-config gives;
+#   3. built from source inside the consumer with add_subdirectory.
+# None of them may need a test, benchmark or example dependency, so finding
+# those is disabled in the CMake builds.
+# Variables: BUILD_DIR, SOURCE_DIR, CONSUMER_DIR, WORK_DIR, LIBDIR,
+# CXX_COMPILER, CXX_LAUNCHER, CXX_FLAGS (the consumer is built like the library:
+# a sanitizer build needs its runtime).
+file(REMOVE_RECURSE ${WORK_DIR}/prefix ${WORK_DIR}/installed ${WORK_DIR}/subdirectory)
 set(prefix ${WORK_DIR}/prefix)
 
 function(run)
   execute_process(COMMAND ${ARGV} RESULT_VARIABLE rc)
   if(NOT rc EQUAL 0)
-    message(FATAL_ERROR "failed (${rc}): ${ARGV}")
+    string(REPLACE ";" " " command "${ARGV}")
+    message(FATAL_ERROR "failed (${rc}): ${command}")
   endif()
 endfunction()
 
-run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
-run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/build
-    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
-    "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
-run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
-run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/lib ${WORK_DIR}/build/consumer)
+set(configure_args --no-warn-unused-cli
+  -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
+  -DCMAKE_CXX_COMPILER_LAUNCHER=${CXX_LAUNCHER}
+  "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
+foreach(package IN ITEMS GTest benchmark Eigen3 PNG)
+  list(APPEND configure_args -DCMAKE_DISABLE_FIND_PACKAGE_${package}=ON)
+endforeach()
 
-find_program(PKG_CONFIG pkg-config)
-if(PKG_CONFIG)
-  file(GLOB pcdir ${prefix}/lib*/pkgconfig ${prefix}/lib/*/pkgconfig)
-  execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${pcdir}
-                          ${PKG_CONFIG} --cflags --libs lxbase
-                  OUTPUT_VARIABLE flags RESULT_VARIABLE rc OUTPUT_STRIP_TRAILING_WHITESPACE)
-  if(NOT rc EQUAL 0)
-    message(FATAL_ERROR "pkg-config does not know lxbase")
-  endif()
-  separate_arguments(flags UNIX_COMMAND "${flags}")
-  # The consumer is built like the library (a sanitizer build needs its runtime).
-  separate_arguments(extra UNIX_COMMAND "${CXX_FLAGS}")
-  run(${CXX_COMPILER} ${extra} -std=c++17 ${CONSUMER_DIR}/consumer.cpp ${flags} -o ${WORK_DIR}/consumer_pc)
-  run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/lib ${WORK_DIR}/consumer_pc)
+# 1. find_package
+message(STATUS "consumer: find_package")
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/installed
+    -DCMAKE_PREFIX_PATH=${prefix} ${configure_args})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/installed)
+run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${LIBDIR} ${WORK_DIR}/installed/consumer)
+
+# 2. pkg-config
+message(STATUS "consumer: pkg-config")
+find_program(PKG_CONFIG pkg-config REQUIRED)
+execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/${LIBDIR}/pkgconfig
+                        ${PKG_CONFIG} --cflags --libs lxbase
+                OUTPUT_VARIABLE flags RESULT_VARIABLE rc OUTPUT_STRIP_TRAILING_WHITESPACE)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "pkg-config does not know lxbase")
 endif()
+separate_arguments(flags UNIX_COMMAND "${flags}")
+separate_arguments(extra UNIX_COMMAND "${CXX_FLAGS}")
+run(${CXX_COMPILER} ${extra} -std=c++17 ${CONSUMER_DIR}/consumer.cpp ${flags} -o ${WORK_DIR}/consumer_pc)
+run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${LIBDIR} ${WORK_DIR}/consumer_pc)
+
+# 3. add_subdirectory
+message(STATUS "consumer: add_subdirectory")
+run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/subdirectory
+    -DLXBASE_SOURCE_DIR=${SOURCE_DIR} ${configure_args})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/subdirectory --parallel 2)
+run(${WORK_DIR}/subdirectory/consumer)

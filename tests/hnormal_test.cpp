@@ -12,7 +12,7 @@
 #include "bit_patterns.h"
 
 #include "lxbase/hnormal_rgb.h"
-#include "../src/colour/normal_code.h"
+#include "normal_code.h"
 
 using lxbase::HNormalRGB;
 using lxbase::XYZf;

@@ -15,5 +15,6 @@
 #include "lxbase/uuid.h"
 #include "lxbase/date.h"
 #include "lxbase/components.h"
+#include "lxbase/version.h"
 
 #endif

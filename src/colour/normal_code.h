@@ -3,13 +3,12 @@
 
 // The cube-map normal code behind HNormalRGB: the table built at load time and
 // the two encoders (the step-by-step atanf one and the threshold search that
-// gives the same codes). Private to the library; the LXBASE_API functions are
-// exported only so that the tests and benchmarks can reach the internals.
+// gives the same codes). Private to the library: its tests and benchmarks reach
+// it by linking the library's objects.
 
 #include <cmath>
 #include <cstdint>
 
-#include "lxbase/export.h"
 #include "lxbase/hnormal_rgb.h"
 #include "lxbase/points.h"
 
@@ -90,11 +89,11 @@ struct NormalCodeTable {
 // afterwards. Hidden: code outside the library uses GetNormalCodeTable().
 extern NormalCodeTable gNormalCodeTable;
 
-LXBASE_API const NormalCodeTable& GetNormalCodeTable() noexcept;
+const NormalCodeTable& GetNormalCodeTable() noexcept;
 
 // Cell index of an in-face quotient, step by step: floor((double)atanf(q) ·
 // angleScale) + N/2, clamped to 0..N−1; a NaN quotient gives 0.
-LXBASE_API int CellIndexStepwise(float quotient) noexcept;
+int CellIndexStepwise(float quotient) noexcept;
 
 // The same index as the number of thresholds at or below the quotient (the
 // step-by-step index never decreases as the quotient grows, so the count is
@@ -144,7 +143,7 @@ std::uint16_t EncodeNormal(const tBaseXYZPoint<float>& normal, CellIndex cellInd
 }
 
 // Code of a normal through the step-by-step index (the reference version).
-LXBASE_API std::uint16_t EncodeNormalStepwise(const tBaseXYZPoint<float>& normal) noexcept;
+std::uint16_t EncodeNormalStepwise(const tBaseXYZPoint<float>& normal) noexcept;
 
 }  // namespace detail
 }  // namespace lxbase
