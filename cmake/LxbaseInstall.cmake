@@ -11,6 +11,10 @@ install(FILES ${PROJECT_BINARY_DIR}/include/lxbase/version.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/lxbase)
 install(EXPORT lxbaseTargets NAMESPACE lxbase:: DESTINATION ${LXBASE_CMAKE_DIR})
 
+set(LXBASE_PACKAGE_STATIC_SCAN FALSE)
+if(LXBASE_SCAN AND NOT BUILD_SHARED_LIBS)
+  set(LXBASE_PACKAGE_STATIC_SCAN TRUE)
+endif()
 configure_package_config_file(cmake/lxbaseConfig.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/lxbaseConfig.cmake
   INSTALL_DESTINATION ${LXBASE_CMAKE_DIR})
