@@ -22,11 +22,14 @@ from ._lxbase import (
     decode_normals,
     encode_normals,
     hsl_to_rgb,
+    ScanError,
     pack,
     polar_to_cartesian,
     rgb_to_hsl,
     unpack,
+    write_scan,
 )
+from ._scan import Scan, convert, read_scan
 
 __all__ = [
     "RECORD_DTYPE",
@@ -37,16 +40,21 @@ __all__ = [
     "HeaderError",
     "OutOfMemoryError",
     "ParseError",
+    "Scan",
+    "ScanError",
     "UUID",
     "cartesian_to_polar",
     "colour_ramp",
     "component_from_name",
     "component_name",
+    "convert",
     "decode_normals",
     "encode_normals",
     "hsl_to_rgb",
     "pack",
     "polar_to_cartesian",
+    "read_scan",
     "rgb_to_hsl",
     "unpack",
+    "write_scan",
 ]

@@ -8,12 +8,14 @@ begin with the argument's name. Dtypes are never converted silently.
 """
 
 import datetime
-from typing import Dict, Optional, Tuple, Union
+import os
+from typing import Any, Callable, Dict, Optional, Sequence, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
 
 ArrayLike = npt.ArrayLike
+PathLike = Union[str, "os.PathLike[str]"]
 
 RECORD_DTYPE: np.dtype
 """The 8-byte packed record (the library's HNormalRGB): fields code_word
@@ -183,3 +185,83 @@ def component_name(component: int) -> str:
 def component_from_name(name: str) -> int:
     """The component named exactly so; else the number in the last
     "[digits]" of the text; else 0 (UnkownComponent)."""
+
+# Scan files
+
+class ScanError(Error):
+    """A scan file or point input is bad or cannot be written; the message
+    names the file and the line or byte."""
+
+class Scan:
+    """A scan file opened by read_scan. Its records are memory-mapped:
+    .xyz of a file with 8-byte coordinates is a read-only view of the file,
+    and colours, intensities and normals are decoded on first access."""
+
+    path: str
+    id: UUID
+    date: Date
+    registration: Tuple[np.ndarray, np.ndarray]
+    """(axes 3x3 with the local X, Y, Z axes as columns, translation 3):
+    where the scanner stands in the parent system."""
+    bbox: np.ndarray
+    """(2, 3) float64: min x y z, max x y z of the points."""
+    count: int
+    checksum: int
+    coordinate_bytes: int
+    has_normals: bool
+    colour_from_input: bool
+    records: np.ndarray
+    """(N,) records: xyz (3 float64, or float32 for 4-byte coordinates),
+    then the fields of RECORD_DTYPE."""
+    def __len__(self) -> int: ...
+    @property
+    def frame(self) -> Frame:
+        """The registration as a Frame."""
+    @property
+    def xyz(self) -> np.ndarray:
+        """(N, 3) float64 points in the parent system, in the file's Z-order."""
+    @property
+    def rgb(self) -> np.ndarray:
+        """(N, 3) uint8 colours."""
+    @property
+    def intensity(self) -> np.ndarray:
+        """(N,) uint8 intensities."""
+    @property
+    def normal_codes(self) -> np.ndarray:
+        """(N,) uint16 normal codes (0: none)."""
+    @property
+    def normals(self) -> np.ndarray:
+        """(N, 3) float32 decoded normals ((0, 0, 0) where there is none)."""
+    def verify(self, progress: Optional[Callable[[str, float], None]] = None) -> Dict[str, Any]:
+        """Checks checksum, normal codes, Z-order and bounding box of the
+        whole file; raises ScanError naming the byte of a fault."""
+
+def read_scan(path: PathLike, verify: bool = False) -> Scan:
+    """Opens a scan file (header checked against the file's length; the
+    whole file too with verify=True). Raises ScanError naming the file."""
+
+def write_scan(path: PathLike, xyz: ArrayLike, rgb: Optional[ArrayLike] = None,
+               intensity: Optional[ArrayLike] = None, normals: Optional[ArrayLike] = None,
+               registration: Union[Frame, Tuple[ArrayLike, ArrayLike], None] = None,
+               id: Union[UUID, str, bytes, None] = None,
+               date: Union[Date, str, datetime.datetime, None] = None, *,
+               local: bool = False, coordinate_bytes: int = 8) -> None:
+    """Writes a scan file atomically (an existing file stays untouched when
+    anything fails): (N, 3) float64 xyz, optional (N, 3) uint8 rgb (without
+    it points are coloured by height), (N,) uint8 intensity and (N, 3)
+    float32 normals, packed and sorted in Z-order. xyz are parent
+    coordinates, or with local=True scanner coordinates placed through the
+    registration. id: none gives a new random one; date: none gives now.
+    coordinate_bytes=4 stores float32 coordinates."""
+
+def convert(inputs: Union[PathLike, Sequence[PathLike]], output: PathLike, *, format: str = "auto",
+            pose: Union[Frame, Tuple[ArrayLike, ArrayLike], None] = None, float_coordinates: bool = False,
+            verify: bool = True, skip_invalid: bool = False, threads: int = 0,
+            progress: Optional[Callable[[str, float], None]] = None) -> Dict[str, Any]:
+    """Converts point files (text or PLY; several merge into one scan) into
+    the scan file output, exactly as `lxscan convert` does. format: "auto",
+    "xyz", "xyzrgb", "xyznormal" or "xyzrgbnormal" for text inputs; pose:
+    the scan's registration; threads: 0 for all cores; progress is called
+    with (stage, fraction) and may raise to stop. Returns the header fields
+    (id, date, registration, count, bbox, checksum, ...), "inputs" (one
+    summary per input), "points", "skipped" and "seconds" per stage."""

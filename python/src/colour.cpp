@@ -1,5 +1,6 @@
 // Colours and the packed record on numpy arrays: the colour ramp, HSL, the
 // normal codes, and HNormalRGB records.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -158,6 +159,60 @@ py::array Pack(const py::object& rgb, const py::object& intensity, const py::obj
     return out;
 }
 
+}  // namespace
+
+py::dict UnpackRecords(const void* records, std::size_t stride, std::size_t n, const std::vector<std::string>& fields) {
+    const auto wanted = [&](const char* name) { return std::find(fields.begin(), fields.end(), name) != fields.end(); };
+    const py::ssize_t count = static_cast<py::ssize_t>(n);
+    py::dict result;
+    std::uint8_t* c = nullptr;
+    std::uint8_t* in = nullptr;
+    std::uint16_t* code = nullptr;
+    float* v = nullptr;
+    if (wanted("rgb")) {
+        auto a = NewArray<std::uint8_t>(count, 3);
+        c = a.mutable_data();
+        result["rgb"] = a;
+    }
+    if (wanted("intensity")) {
+        auto a = NewArray<std::uint8_t>(count, 0);
+        in = a.mutable_data();
+        result["intensity"] = a;
+    }
+    if (wanted("normal_code")) {
+        auto a = NewArray<std::uint16_t>(count, 0);
+        code = a.mutable_data();
+        result["normal_code"] = a;
+    }
+    if (wanted("normals")) {
+        auto a = NewArray<float>(count, 3);
+        v = a.mutable_data();
+        result["normals"] = a;
+    }
+    const unsigned char* source = static_cast<const unsigned char*>(records);
+    py::gil_scoped_release release;
+    ParallelFor(n, [&](std::size_t first, std::size_t last) {
+        for (std::size_t i = first; i < last; ++i) {
+            HNormalRGB record;
+            std::memcpy(static_cast<void*>(&record), source + stride * i, sizeof record);
+            if (c) {
+                c[3 * i] = record.Red();
+                c[3 * i + 1] = record.Green();
+                c[3 * i + 2] = record.Blue();
+            }
+            if (in) in[i] = record.Intensity();
+            if (code) code[i] = record.GetNormalCode();
+            if (v) {
+                const Normal normal = record.GetNormal();
+                std::memcpy(v + 3 * i, &normal, sizeof normal);
+            }
+        }
+    });
+    return result;
+}
+
+namespace {
+
 // The fields of (N,) records (the record dtype, or uint64 holding the code
 // word in its low half) as a dict of arrays.
 py::dict Unpack(const py::object& records) {
@@ -166,44 +221,13 @@ py::dict Unpack(const py::object& records) {
         PyErr_Clear();
         throw py::type_error("records: expected a numpy array of packed records");
     }
-    const bool recordType = a.dtype().equal(RecordDtype());
-    if (!recordType && !a.dtype().equal(py::dtype::of<std::uint64_t>()))
+    if (!a.dtype().equal(RecordDtype()) && !a.dtype().equal(py::dtype::of<std::uint64_t>()))
         throw py::type_error("records: expected the lxbase record dtype or uint64, got " +
                              py::str(a.dtype()).cast<std::string>());
     if (a.ndim() != 1) throw py::value_error("records: expected shape (N,), got " + ShapeText(a));
     a = py::array::ensure(a, py::array::c_style);
-    const std::size_t n = static_cast<std::size_t>(a.shape(0));
-    auto rgb = NewArray<std::uint8_t>(a.shape(0), 3);
-    auto intensity = NewArray<std::uint8_t>(a.shape(0), 0);
-    auto codes = NewArray<std::uint16_t>(a.shape(0), 0);
-    auto normals = NewArray<float>(a.shape(0), 3);
-    const unsigned char* source = static_cast<const unsigned char*>(a.data());
-    std::uint8_t* c = rgb.mutable_data();
-    std::uint8_t* in = intensity.mutable_data();
-    std::uint16_t* code = codes.mutable_data();
-    float* v = normals.mutable_data();
-    {
-        py::gil_scoped_release release;
-        ParallelFor(n, [&](std::size_t first, std::size_t last) {
-            for (std::size_t i = first; i < last; ++i) {
-                HNormalRGB record;
-                std::memcpy(static_cast<void*>(&record), source + 8 * i, sizeof record);
-                c[3 * i] = record.Red();
-                c[3 * i + 1] = record.Green();
-                c[3 * i + 2] = record.Blue();
-                in[i] = record.Intensity();
-                code[i] = record.GetNormalCode();
-                const Normal normal = record.GetNormal();
-                std::memcpy(v + 3 * i, &normal, sizeof normal);
-            }
-        });
-    }
-    py::dict result;
-    result["rgb"] = rgb;
-    result["intensity"] = intensity;
-    result["normal_code"] = codes;
-    result["normals"] = normals;
-    return result;
+    return UnpackRecords(a.data(), 8, static_cast<std::size_t>(a.shape(0)),
+                         {"rgb", "intensity", "normal_code", "normals"});
 }
 
 }  // namespace

@@ -65,33 +65,6 @@ lxmath::Frame FrameFromMatrix(const py::object& matrix) {
     return lxmath::Frame(full);
 }
 
-// registration = (axes 3x3 whose columns are the local X, Y, Z axes,
-// translation 3).
-lxmath::Frame FrameFromRegistration(const py::object& registration) {
-    py::tuple pair;
-    try {
-        pair = py::tuple(py::iterable(registration));
-    } catch (const py::error_already_set&) {
-        throw py::type_error("registration: expected a pair (axes 3x3, translation 3)");
-    }
-    if (pair.size() != 2) throw py::value_error("registration: expected a pair (axes 3x3, translation 3)");
-    auto axes = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(pair[0]);
-    auto translation = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(pair[1]);
-    if (!axes || !translation) {
-        PyErr_Clear();
-        throw py::type_error("registration: axes and translation must be arrays of numbers");
-    }
-    if (axes.ndim() != 2 || axes.shape(0) != 3 || axes.shape(1) != 3)
-        throw py::value_error("registration: axes must have shape (3, 3), got " + ShapeText(axes));
-    if (translation.ndim() != 1 || translation.shape(0) != 3)
-        throw py::value_error("registration: translation must have shape (3,), got " + ShapeText(translation));
-    const double* a = axes.data();
-    const double* t = translation.data();
-    const lxbase::Orientation orientation(lxbase::XYZ(a[0], a[3], a[6]), lxbase::XYZ(a[1], a[4], a[7]),
-                                          lxbase::XYZ(a[2], a[5], a[8]));
-    return lxmath::Frame(lxbase::RegistrationInformation(orientation, lxbase::XYZ(t[0], t[1], t[2])));
-}
-
 py::array_t<double> MatrixOf(const lxmath::Frame& frame) {
     py::array_t<double> out({4, 4});
     const lxmath::Mat4<double> m = frame.GetMatrix();
@@ -125,20 +98,14 @@ void RegisterFrame(py::module_& m) {
                  if (!matrix.is_none() && !registration.is_none())
                      throw py::value_error("Frame: give either matrix or registration, not both");
                  if (!matrix.is_none()) return FrameFromMatrix(matrix);
-                 if (!registration.is_none()) return FrameFromRegistration(registration);
+                 if (!registration.is_none()) return lxmath::Frame(RegistrationFrom(registration, "registration"));
                  return lxmath::Frame();
              }),
              py::arg("matrix") = py::none(), py::kw_only(), py::arg("registration") = py::none())
         .def_property_readonly("matrix", &MatrixOf)
         .def_property_readonly("registration",
                                [](const lxmath::Frame& frame) {
-                                   py::array_t<double> axes({3, 3});
-                                   py::array_t<double> translation(3);
-                                   for (int r = 0; r < 3; ++r) {
-                                       for (int c = 0; c < 3; ++c) axes.mutable_at(r, c) = frame(r, c);
-                                       translation.mutable_at(r) = frame(r, 3);
-                                   }
-                                   return py::make_tuple(axes, translation);
+                                   return RegistrationTuple(static_cast<lxbase::RegistrationInformation>(frame));
                                })
         .def("propagate_points", [](const lxmath::Frame& f, const py::object& xyz) { return MapPoints(f, xyz, false); },
              py::arg("xyz"))
@@ -160,6 +127,50 @@ void RegisterFrame(py::module_& m) {
 }
 
 }  // namespace
+
+lxbase::RegistrationInformation RegistrationFrom(const py::object& registration, const char* name) {
+    if (py::isinstance<lxmath::Frame>(registration))
+        return static_cast<lxbase::RegistrationInformation>(registration.cast<const lxmath::Frame&>());
+    const std::string prefix = std::string(name) + ": ";
+    py::tuple pair;
+    try {
+        pair = py::tuple(py::iterable(registration));
+    } catch (const py::error_already_set&) {
+        throw py::type_error(prefix + "expected a Frame or a pair (axes 3x3, translation 3)");
+    }
+    if (pair.size() != 2) throw py::value_error(prefix + "expected a Frame or a pair (axes 3x3, translation 3)");
+    auto axes = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(pair[0]);
+    auto translation = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(pair[1]);
+    if (!axes || !translation) {
+        PyErr_Clear();
+        throw py::type_error(prefix + "axes and translation must be arrays of numbers");
+    }
+    if (axes.ndim() != 2 || axes.shape(0) != 3 || axes.shape(1) != 3)
+        throw py::value_error(prefix + "axes must have shape (3, 3), got " + ShapeText(axes));
+    if (translation.ndim() != 1 || translation.shape(0) != 3)
+        throw py::value_error(prefix + "translation must have shape (3,), got " + ShapeText(translation));
+    const double* a = axes.data();
+    const double* t = translation.data();
+    const lxbase::Orientation orientation(lxbase::XYZ(a[0], a[3], a[6]), lxbase::XYZ(a[1], a[4], a[7]),
+                                          lxbase::XYZ(a[2], a[5], a[8]));
+    return lxbase::RegistrationInformation(orientation, lxbase::XYZ(t[0], t[1], t[2]));
+}
+
+py::tuple RegistrationTuple(const lxbase::RegistrationInformation& registration) {
+    py::array_t<double> axes({3, 3});
+    py::array_t<double> translation(3);
+    const lxbase::XYZ* columns[3] = {&registration.orientation.xAxis, &registration.orientation.yAxis,
+                                     &registration.orientation.zAxis};
+    for (int c = 0; c < 3; ++c) {
+        axes.mutable_at(0, c) = columns[c]->x;
+        axes.mutable_at(1, c) = columns[c]->y;
+        axes.mutable_at(2, c) = columns[c]->z;
+    }
+    translation.mutable_at(0) = registration.translation.x;
+    translation.mutable_at(1) = registration.translation.y;
+    translation.mutable_at(2) = registration.translation.z;
+    return py::make_tuple(axes, translation);
+}
 
 void RegisterGeometry(py::module_& m) {
     m.def(

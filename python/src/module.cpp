@@ -72,6 +72,7 @@ PYBIND11_MODULE(_lxbase, m) {
     RegisterGeometry(m);
     RegisterColour(m);
     RegisterIdentity(m, e.parse);
+    RegisterScan(m, e.error);
 }
 
 }  // namespace lxpy
