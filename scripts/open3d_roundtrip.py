@@ -4,6 +4,10 @@
                                           as binary PLY, read that back; print
                                           the seconds of each step
   open3d_roundtrip.py count PLY           print what Open3D finds in a PLY file
+  open3d_roundtrip.py generate TEXT N     write N points as a scanner writes them:
+                                          x y z of both signs with 4 decimals,
+                                          unit normals with 5 decimals that
+                                          (practically) never repeat
 
 Run it with Debian's /usr/bin/python3, which has python3-open3d.
 """
@@ -36,9 +40,25 @@ def count(ply):
     print(f"points={len(cloud.points)} normals={cloud.has_normals()} colours={cloud.has_colors()}")
 
 
+def generate(text, n):
+    import numpy as np
+
+    random = np.random.default_rng(15)
+    block = 1_000_000
+    with open(text, "w") as out:
+        for first in range(0, n, block):
+            m = min(block, n - first)
+            xyz = random.uniform(-60.0, 60.0, (m, 3))
+            normal = random.normal(size=(m, 3))
+            normal /= np.linalg.norm(normal, axis=1)[:, None]
+            np.savetxt(out, np.hstack([xyz, normal]), fmt="%.4f %.4f %.4f %.5f %.5f %.5f")
+
+
 if __name__ == "__main__":
     if len(sys.argv) == 4 and sys.argv[1] == "roundtrip":
         roundtrip(sys.argv[2], sys.argv[3])
+    elif len(sys.argv) == 4 and sys.argv[1] == "generate":
+        generate(sys.argv[2], int(sys.argv[3]))
     elif len(sys.argv) == 3 and sys.argv[1] == "count":
         count(sys.argv[2])
     else:

@@ -17,10 +17,10 @@
 
 #include <lxscan/lxscan.h>
 
-#include "ascii_input.h"
 #include "pipeline.h"
 #include "scan_file.h"
 #include "synthetic_scan.h"
+#include "text_reader.h"
 #include "writer_internal.h"
 
 namespace lxscan {
@@ -164,11 +164,14 @@ TEST(Pipeline, RepeatedNormalsAndHeightsGiveTheRecordsOfEachPointAlone) {
         text += std::to_string(i) + " 1 " + std::to_string(i % 7 < 4 ? 0 : i) + " " + colours[i / 3 % 4] + " " +
                 normals[i / 2 % 6] + "\n";
     TempDir dir;
-    AsciiSource source(dir.Write("runs.txt", text), TextFormat::XyzRgbNormal);
-    Packed packed = PackAll(source, lxbase::RegistrationInformation());
-    PointArray& points = packed.points;
+    ScanWriter writer;
+    InputSummary summary;
+    TextReadOptions options;
+    options.format = TextFormat::XyzRgbNormal;
+    ReadPointText(dir.Write("runs.txt", text), options, Internals(writer), summary);
+    PointArray& points = Internals(writer).points;
     ASSERT_EQ(points.size(), 60u);
-    EXPECT_EQ(packed.stats.count, 60u);
+    EXPECT_EQ(Internals(writer).stats.count, 60u);
     const float direction[][3] = {{0, 0, -1}, {0, 0, -1}, {-0.0f, 0, -1}, {1, 0.5f, 0}, {1, 0.5f, 0}, {0, 0, -1}};
     for (int i = 0; i < 60; ++i) {
         const float* n = direction[i / 2 % 6];
@@ -178,7 +181,7 @@ TEST(Pipeline, RepeatedNormalsAndHeightsGiveTheRecordsOfEachPointAlone) {
         EXPECT_EQ(points[i].attributes.colourWord, expected.colourWord) << i;
     }
     PointArray reference = points;
-    const Box& box = packed.stats.box;
+    const Box& box = Internals(writer).stats.box;
     ColourByHeight(points.data(), points.data() + points.size(), box);
     for (int i = 0; i < 60; ++i) {
         const float height = static_cast<float>((points[i].position.z - box.min[2]) / (box.max[2] - box.min[2]));

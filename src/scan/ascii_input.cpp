@@ -83,27 +83,34 @@ std::string Quote(int index, const char* begin, const char* end) {
     return p;
 }
 
+// The first value of a line that is NaN or infinite (scanners write NaN
+// for a missing return): the line is refused or skipped once it is read.
+struct NonFinite {
+    const char* begin = nullptr;
+    int index = 0;
+};
+
 // The route of ParseReal for what is not a plain decimal: exponents, long
-// numbers, faults. Out of line, so that the plain route stays small.
+// numbers, NaN and infinities, faults. Out of line, so that the plain route
+// stays small.
 [[gnu::noinline]] const char* ParseOtherReal(const char* begin, const char* p, const char* end, int index,
-                                             double& value) {
+                                             double& value, NonFinite& nonFinite) {
     const auto [stop, error] = std::from_chars(p, end, value);
     if (error == std::errc::result_out_of_range)
         throw ScanError(Quote(index, begin, TokenEnd(begin, end)) + " is out of range");
     if (error != std::errc() || (stop != end && !IsBlank(*stop)))
         throw ScanError(Quote(index, begin, TokenEnd(begin, end)) + " is not a number");
-    if (!std::isfinite(value))
-        throw ScanError(Quote(index, begin, TokenEnd(begin, end)) + " is not a finite number");
+    if (!std::isfinite(value) && nonFinite.begin == nullptr) nonFinite = NonFinite{begin, index};
     return stop;
 }
 
 // One number starting at p (blanks skipped by the caller). std::from_chars
 // takes no leading '+', so one is skipped here. Returns the end of the token.
-const char* ParseReal(const char* p, const char* end, int index, double& value) {
+const char* ParseReal(const char* p, const char* end, int index, double& value, NonFinite& nonFinite) {
     const char* begin = p;
     if (p != end && *p == '+' && p + 1 != end && p[1] != '-') ++p;
     if (const char* stop = PlainDecimal(p, end, value)) return stop;
-    return ParseOtherReal(begin, p, end, index, value);
+    return ParseOtherReal(begin, p, end, index, value, nonFinite);
 }
 
 const char* ParseChannel(const char* p, const char* end, int index, unsigned char& channel) {
@@ -191,7 +198,7 @@ TextFormat DetectFormat(std::string_view line) {
     double v[3];
     const bool real = IsReal(begins[3], ends[3], v[0]) && IsReal(begins[4], ends[4], v[1]) &&
                       IsReal(begins[5], ends[5], v[2]);
-    if (real && std::fabs((v[0] * v[0] + v[1] * v[1]) + v[2] * v[2] - 1.0) <= 0.02)
+    if (real && std::fabs((v[0] * v[0] + v[1] * v[1]) + v[2] * v[2] - 1.0) <= kUnitTolerance)
         return TextFormat::XyzNormal;
     if (IsByte(begins[3], ends[3]) && IsByte(begins[4], ends[4]) && IsByte(begins[5], ends[5]))
         return TextFormat::XyzRgb;
@@ -208,8 +215,9 @@ namespace {
 
 }  // namespace
 
-void ParseLine(std::string_view line, TextFormat format, LocalRecord& record) {
+bool ParseLine(std::string_view line, TextFormat format, LocalRecord& record, bool skipInvalid) {
     line = StripCarriageReturn(line);
+    NonFinite nonFinite;
     const char* p = line.data();
     const char* end = p + line.size();
     const int count = ValueCount(format);
@@ -221,7 +229,7 @@ void ParseLine(std::string_view line, TextFormat format, LocalRecord& record) {
     double* position = record.position.ToArray();
     for (; index < 3; ++index) {
         next();
-        p = ParseReal(p, end, index, position[index]);
+        p = ParseReal(p, end, index, position[index], nonFinite);
     }
     record.hasColour = FormatHasColour(format);
     if (record.hasColour) {
@@ -237,118 +245,17 @@ void ParseLine(std::string_view line, TextFormat format, LocalRecord& record) {
         double* normal = record.normal.ToArray();
         for (int axis = 0; axis < 3; ++axis, ++index) {
             next();
-            p = ParseReal(p, end, index, normal[axis]);
+            p = ParseReal(p, end, index, normal[axis], nonFinite);
         }
         // A zero vector stands for "no normal" in many exports.
         record.hasNormal = normal[0] != 0.0 || normal[1] != 0.0 || normal[2] != 0.0;
     }
     if (SkipBlanks(p, end) != end)
         throw ScanError("more than " + std::to_string(count) + " values (" + FormatColumns(format) + ")");
-}
-
-namespace {
-
-lxbase::LargeIfstream OpenText(const std::string& path) {
-    errno = 0;
-    try {
-        return lxbase::LargeIfstream(path);
-    } catch (const lxbase::LXFileNotOpenException&) {
-        const int saved = errno;
-        throw ScanError(path + ": cannot open: " + OpenFailureReason(path, saved));
-    }
-}
-
-}  // namespace
-
-AsciiSource::AsciiSource(const std::string& path, TextFormat format)
-    : path_(path),
-      file_(OpenText(path)),
-      block_(new char[kBlockSize]),
-      next_(block_.get()),
-      end_(block_.get()),
-      fileSize_(file_.GetFileSize()),
-      format_(format) {}
-
-bool AsciiSource::HasColour() const { return FormatHasColour(format_); }
-
-void AsciiSource::Fail(const std::string& message) const {
-    throw ScanError(path_ + ":" + std::to_string(lineNumber_) + ": " + message);
-}
-
-bool AsciiSource::FillBlock() {
-    if (atEnd_) return false;
-    const auto rest = static_cast<std::size_t>(end_ - next_);
-    std::memmove(block_.get(), next_, rest);
-    next_ = block_.get();
-    end_ = next_ + rest;
-    if (!file_.Read(block_.get() + rest, kBlockSize - rest)) {
-        if (std::ferror(file_.GetFILE()) != 0)
-            throw ScanError(path_ + ": read error after line " + std::to_string(lineNumber_) + ": " +
-                            std::strerror(errno));
-        atEnd_ = true;
-    }
-    end_ += file_.GetLastCount();
-    return file_.GetLastCount() != 0;
-}
-
-bool AsciiSource::ReadLine(std::string_view& line) {
-    const char* found = static_cast<const char*>(std::memchr(next_, '\n', static_cast<std::size_t>(end_ - next_)));
-    while (found == nullptr) {
-        // The block ends inside a line: the rest moves to the front of the
-        // block, which holds any line that is not refused.
-        const auto known = static_cast<std::size_t>(end_ - next_);
-        if (known >= kMaxLine) {
-            ++lineNumber_;
-            Fail("line longer than " + std::to_string(kMaxLine - 1) + " bytes; not a text point file?");
-        }
-        if (!FillBlock()) {
-            if (next_ == end_) return false;
-            found = end_;  // the last line, without a line feed
-            break;
-        }
-        found = static_cast<const char*>(std::memchr(next_ + known, '\n', static_cast<std::size_t>(end_ - next_) - known));
-    }
-    const auto length = static_cast<std::size_t>(found - next_);
-    if (length >= kMaxLine) {
-        ++lineNumber_;
-        Fail("line longer than " + std::to_string(kMaxLine - 1) + " bytes; not a text point file?");
-    }
-    ++lineNumber_;
-    line = std::string_view(next_, length);
-    next_ = found == end_ ? end_ : found + 1;
-    consumed_ += length + (found == end_ ? 0 : 1);
-    return true;
-}
-
-bool AsciiSource::Next(LocalRecord& record) {
-    std::string_view line;
-    do {
-        if (!ReadLine(line)) return false;
-    } while (IsSkippedLine(line));
-    try {
-        if (format_ == TextFormat::Auto) {
-            format_ = DetectFormat(line);
-            detected_ = true;
-        }
-        ParseLine(line, format_, record);
-    } catch (const ScanError& error) {
-        Fail(error.what());
-    }
-    if (++points_ == kEstimateAfter) {
-        // Lines of one file are of similar length: the first ones tell how
-        // many follow, so the point array is allocated about once.
-        const std::uint64_t consumed = consumed_;
-        if (consumed != 0 && consumed <= fileSize_)
-            estimate_ = static_cast<std::uint64_t>(static_cast<double>(fileSize_) / consumed *
-                                                   kEstimateAfter * 1.02) + 64;
-    }
-    record.intensity = 0;
-    return true;
-}
-
-double AsciiSource::Fraction() {
-    const std::uint64_t position = consumed_;
-    return fileSize_ == 0 || position > fileSize_ ? 1.0 : static_cast<double>(position) / fileSize_;
+    if (nonFinite.begin == nullptr) return true;
+    if (skipInvalid) return false;
+    throw ScanError(Quote(nonFinite.index, nonFinite.begin, TokenEnd(nonFinite.begin, end)) +
+                    " is not a finite number (--skip-invalid skips such points)");
 }
 
 }  // namespace lxscan

@@ -1,16 +1,15 @@
 #include <lxscan/convert.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <thread>
 
 #include <sys/stat.h>
 
-#include "ascii_input.h"
-#include "pipeline.h"
-#include "progress.h"
 #include "scan_file.h"
+#include "text_reader.h"
 #include "writer_internal.h"
 
 namespace lxscan {
@@ -41,45 +40,6 @@ bool LooksLikePly(const std::string& path) {
     const std::size_t got = std::fread(start, 1, sizeof start, file);
     std::fclose(file);
     return got >= 4 && std::memcmp(start, "ply", 3) == 0 && (start[3] == '\n' || start[3] == '\r');
-}
-
-void ReadText(const std::string& path, const ConvertOptions& options, ScanWriter::Impl& writer,
-              InputSummary& summary) {
-    AsciiSource source(path, options.format);
-    Packer packer = writer.MakePacker();
-    constexpr std::size_t kBatch = 4096;
-    BigArray<ScanPoint> batch(kBatch);
-    std::size_t used = 0;
-    PackStats packed;
-    bool coloured = false;
-    Progress shown("reading", options.progress);
-    auto flush = [&]() {
-        writer.Append(batch.data(), used, packed, coloured);
-        used = 0;
-        packed = PackStats();
-    };
-    LocalRecord record;
-    while (source.Next(record)) {
-        coloured = record.hasColour;
-        try {
-            packer.Pack(record, batch[used], packed);
-        } catch (const ScanError& error) {
-            throw ScanError(source.Where() + ": " + error.what());
-        }
-        if (++used == kBatch) {
-            if (writer.points.size() == writer.points.capacity()) writer.Reserve(source.EstimatedCount());
-            flush();
-            shown.Update(source.Fraction());
-        }
-        ++summary.points;
-    }
-    flush();
-    shown.Finish();
-    if (summary.points == 0) throw ScanError(path + ": no points");
-    summary.kind = "text";
-    summary.format = source.Format();
-    summary.detected = source.Detected();
-    summary.lines = source.LineNumber();
 }
 
 }  // namespace
@@ -120,12 +80,18 @@ ConvertResult Convert(const std::vector<std::string>& inputs, const std::string&
     ScanWriter writer(writerOptions);
     ScanWriter::Impl& impl = Internals(writer);
 
+    TextReadOptions textOptions;
+    textOptions.format = options.format;
+    textOptions.skipInvalid = options.skipInvalid;
+    textOptions.threads = options.threads != 0 ? options.threads : std::max(1u, std::thread::hardware_concurrency());
+    textOptions.progress = options.progress;
+
     ConvertResult result;
     for (const std::string& input : inputs) {
         InputSummary summary;
         summary.path = input;
         if (LooksLikePly(input)) throw ScanError(input + ": PLY input is not supported yet");
-        ReadText(input, options, impl, summary);
+        ReadPointText(input, textOptions, impl, summary);
         result.skipped += summary.skipped;
         result.inputs.push_back(summary);
     }
