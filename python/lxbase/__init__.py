@@ -26,8 +26,10 @@ from ._lxbase import (
     pack,
     polar_to_cartesian,
     rgb_to_hsl,
+    sort_zorder,
     unpack,
     write_scan,
+    zorder_permutation,
 )
 from ._scan import Scan, convert, read_scan
 
@@ -55,6 +57,8 @@ __all__ = [
     "polar_to_cartesian",
     "read_scan",
     "rgb_to_hsl",
+    "sort_zorder",
     "unpack",
     "write_scan",
+    "zorder_permutation",
 ]

@@ -50,6 +50,17 @@ def polar_to_cartesian(polar: ArrayLike) -> np.ndarray:
     """(N, 3) float32 or float64 polar points (range, horizontal angle,
     vertical angle) to (N, 3) Cartesian points of the same dtype."""
 
+def zorder_permutation(xyz: ArrayLike) -> np.ndarray:
+    """(N,) int64 indices that order (N, 3) float32 or float64 points along
+    the Z-order of the library's point ordering: xyz[order] is sorted, no
+    point is less than the one before it, equal points keep their order.
+    Safe on every input (zeros, both signs, infinities, NaN). Rows that lie
+    a whole number of coordinates apart (such as Scan.xyz) are not copied."""
+
+def sort_zorder(xyz: ArrayLike) -> np.ndarray:
+    """A copy of (N, 3) float32 or float64 points in Z-order; equals
+    xyz[zorder_permutation(xyz)]."""
+
 class Frame:
     """A local coordinate system in its parent: columns 0..2 of the 3x4
     matrix are the local X, Y, Z axes, column 3 the local origin, all in

@@ -4,6 +4,7 @@
 
 #include <lxbase/points.h>
 #include <lxbase/records.h>
+#include <lxbase/zorder.h>
 #include <lxmath/frame.h>
 
 #include "arrays.h"
@@ -15,6 +16,13 @@ namespace {
 using lxbase::tBasePolarPoint;
 using lxbase::tBaseXYZPoint;
 
+[[noreturn]] void ThrowNotFloat(const py::object& object, const py::array& a, const char* name) {
+    if (!a) PyErr_Clear();
+    throw py::type_error(std::string(name) + ": expected dtype float32 or float64, got " +
+                         (a ? py::str(a.dtype()).cast<std::string>()
+                            : py::str(py::type::of(object)).cast<std::string>()));
+}
+
 // Calls f(array_t<float>) or f(array_t<double>) for an (N, 3) array of
 // either dtype.
 template <typename F>
@@ -22,10 +30,7 @@ py::object ForFloatPoints(const py::object& object, const char* name, F f) {
     py::array a = py::array::ensure(object);
     if (a && a.dtype().equal(py::dtype::of<float>())) return f(CheckArray<float>(a, name, 3));
     if (a && a.dtype().equal(py::dtype::of<double>())) return f(CheckArray<double>(a, name, 3));
-    if (!a) PyErr_Clear();
-    throw py::type_error(std::string(name) + ": expected dtype float32 or float64, got " +
-                         (a ? py::str(a.dtype()).cast<std::string>()
-                            : py::str(py::type::of(object)).cast<std::string>()));
+    ThrowNotFloat(object, a, name);
 }
 
 // out[i] = the library's conversion of in[i], three values each; the point
@@ -48,6 +53,42 @@ py::object ConvertPoints(const py::array_t<T, py::array::c_style>& in) {
             }
         });
     }
+    return std::move(out);
+}
+
+// The Z-order permutation of (N, 3) points, as int64 indices. Rows that lie
+// a whole number of coordinates apart (such as the positions inside scan
+// records) are used where they are, without a copy.
+template <typename T>
+py::array_t<std::int64_t> ZOrderIndices(const py::array& a) {
+    static_assert(sizeof(std::size_t) == sizeof(std::int64_t), "indices are 64-bit");
+    const auto size = static_cast<py::ssize_t>(sizeof(T));
+    py::array points = a;
+    if (!(a.ndim() == 2 && a.shape(1) == 3 && a.strides(1) == size && a.strides(0) >= 3 * size &&
+          a.strides(0) % size == 0))
+        points = CheckArray<T>(a, "xyz", 3);
+    const auto* first = static_cast<const tBaseXYZPoint<T>*>(points.data());
+    const std::size_t n = static_cast<std::size_t>(points.shape(0));
+    const std::size_t stride = n ? static_cast<std::size_t>(points.strides(0)) : 3 * sizeof(T);
+    auto* order = new std::vector<std::size_t>();
+    py::capsule owner(order, [](void* p) { delete static_cast<std::vector<std::size_t>*>(p); });
+    {
+        py::gil_scoped_release release;
+        *order = lxbase::ZOrderPermutation(first, n, stride);
+    }
+    return py::array_t<std::int64_t>(static_cast<py::ssize_t>(n), reinterpret_cast<std::int64_t*>(order->data()),
+                                     owner);
+}
+
+// A sorted copy of (N, 3) points.
+template <typename T>
+py::object SortedCopy(const py::array_t<T, py::array::c_style>& in) {
+    py::array_t<T> out = NewArray<T>(in.shape(0), 3);
+    const std::size_t n = static_cast<std::size_t>(in.shape(0));
+    std::memcpy(out.mutable_data(), in.data(), n * 3 * sizeof(T));
+    auto* points = reinterpret_cast<tBaseXYZPoint<T>*>(out.mutable_data());
+    py::gil_scoped_release release;
+    lxbase::SortZOrder(points, n);
     return std::move(out);
 }
 
@@ -191,6 +232,19 @@ void RegisterGeometry(py::module_& m) {
             });
         },
         py::arg("polar"));
+    m.def(
+        "zorder_permutation",
+        [](const py::object& xyz) -> py::object {
+            py::array a = py::array::ensure(xyz);
+            if (a && a.dtype().equal(py::dtype::of<float>())) return ZOrderIndices<float>(a);
+            if (a && a.dtype().equal(py::dtype::of<double>())) return ZOrderIndices<double>(a);
+            ThrowNotFloat(xyz, a, "xyz");
+        },
+        py::arg("xyz"));
+    m.def(
+        "sort_zorder",
+        [](const py::object& xyz) { return ForFloatPoints(xyz, "xyz", [](auto in) { return SortedCopy(in); }); },
+        py::arg("xyz"));
     RegisterFrame(m);
 }
 

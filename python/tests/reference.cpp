@@ -105,12 +105,28 @@ Bytes Pack(const Bytes& input, bool withNormals) {
     });
 }
 
+// The library's Z-order permutation of the points, as 64-bit indices.
+template <typename T>
+Bytes ZOrder(const Bytes& input) {
+    std::vector<lxbase::tBaseXYZPoint<T>> points(input.size() / sizeof(lxbase::tBaseXYZPoint<T>));
+    std::memcpy(static_cast<void*>(points.data()), input.data(), points.size() * sizeof points[0]);
+    const std::vector<std::size_t> order = lxbase::ZOrderPermutation(points.data(), points.size());
+    Bytes output(order.size() * sizeof(std::uint64_t));
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        const std::uint64_t index = order[i];
+        std::memcpy(output.data() + i * sizeof index, &index, sizeof index);
+    }
+    return output;
+}
+
 const std::map<std::string, std::function<Bytes(const Bytes&)>>& Operations() {
     static const std::map<std::string, std::function<Bytes(const Bytes&)>> operations = {
         {"cartesian_to_polar_f32", Convert<lxbase::tBasePolarPoint<float>, lxbase::tBaseXYZPoint<float>>},
         {"cartesian_to_polar_f64", Convert<lxbase::tBasePolarPoint<double>, lxbase::tBaseXYZPoint<double>>},
         {"polar_to_cartesian_f32", Convert<lxbase::tBaseXYZPoint<float>, lxbase::tBasePolarPoint<float>>},
         {"polar_to_cartesian_f64", Convert<lxbase::tBaseXYZPoint<double>, lxbase::tBasePolarPoint<double>>},
+        {"zorder_permutation_f32", ZOrder<float>},
+        {"zorder_permutation_f64", ZOrder<double>},
         {"encode_normals",
          [](const Bytes& in) {
              return Map<Normal, std::uint16_t>(in, 0, [](const Normal& n, const unsigned char*) {

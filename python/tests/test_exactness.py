@@ -56,6 +56,22 @@ def test_point_conversions(reference, dtype, suffix):
     assert same_bits(lxbase.cartesian_to_polar(points[::2]), polar[::2])
 
 
+@pytest.mark.parametrize("dtype,suffix", [(np.float32, "f32"), (np.float64, "f64")])
+def test_zorder(reference, dtype, suffix):
+    points = adversarial_triples(dtype, random_count=50_000)
+    # Duplicates and clusters tighter than any fixed-point key.
+    points = np.concatenate([points, points[:500], (1 + np.arange(300, dtype=dtype)[:, None] * np.finfo(dtype).eps)
+                             * np.ones(3, dtype)])
+    order = lxbase.zorder_permutation(points)
+    assert order.dtype == np.int64
+    assert np.array_equal(order, reference(f"zorder_permutation_{suffix}", points, np.uint64, (-1,)).astype(np.int64))
+    assert same_bits(lxbase.sort_zorder(points), points[order])
+    # The rows of a record array are used in place: the same order.
+    records = np.zeros(len(points), dtype=[("xyz", dtype, (3,)), ("rest", "<u8")])
+    records["xyz"] = points
+    assert np.array_equal(lxbase.zorder_permutation(records["xyz"]), order)
+
+
 def normal_cell_boundaries():
     """Normals whose in-face ratios lie on and next to the boundaries between
     cells (atan(u) * 52 / (pi/2) integral), on every face and in both index
