@@ -9,6 +9,7 @@ packages=(
   libgtest-dev libbenchmark-dev libeigen3-dev libpng-dev
   libclang-rt-14-dev valgrind locales
   pybind11-dev python3-pybind11 python3-numpy python3-pytest python3-open3d
+  python3-dask python3-distributed
 )
 
 if [ "$(id -u)" -eq 0 ]; then sudo=(); else sudo=(sudo); fi
