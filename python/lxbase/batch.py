@@ -102,12 +102,12 @@ def _is_fresh(source: str, target: str) -> bool:
         return False
 
 
-def _convert_task(source: str, target: str, force: bool, options: dict, backend) -> dict:
+def _convert_task(source: str, target: str, may_skip: bool, options: dict, backend) -> dict:
     """One input to one output; every error becomes a failed row, never a failed task."""
     start = time.perf_counter()
     row = _empty_row(source, target, "failed")
     try:
-        if not force and _is_fresh(source, target):
+        if may_skip and _is_fresh(source, target):
             with contextlib.suppress(Exception):  # an output that does not verify is made again
                 row.update(backend.check(target), status="skipped")
         if row["status"] != "skipped":
@@ -285,8 +285,10 @@ class Batch:
 
         start = time.monotonic()
         run_id = uuid.uuid4().hex
-        futures = [client.submit(_convert_task, s, t, self.force, self.options, self.backend,
-                                 key=f"lxs-convert-{run_id}-{i}", pure=False)
+        # Only outputs that stood before the run may be skipped: a task that a dead worker
+        # finished without reporting runs again and converts, so that the row says "ok".
+        futures = [client.submit(_convert_task, s, t, not self.force and os.path.exists(t), self.options,
+                                 self.backend, key=f"lxs-convert-{run_id}-{i}", pure=False)
                    for i, (s, t) in enumerate(zip(self.sources, self.targets))]
         index = {future.key: i for i, future in enumerate(futures)}
         bar = _show_progress(futures) if progress else None
