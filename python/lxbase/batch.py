@@ -51,6 +51,8 @@ CATALOGUE = "catalogue"
 OUTPUT_SUFFIX = ".lxs"
 CATALOGUE_SECONDS = 2.0     # at most this long between catalogue updates while rows complete
 SCHEDULER_TIMEOUT = "10s"   # how long to try reaching a --scheduler address
+# One core per conversion: the cluster runs one task per worker thread, one thread per core.
+_CONVERT_DEFAULTS = {"threads": 1}
 
 
 class BatchError(_PackageError):
@@ -60,16 +62,10 @@ class BatchError(_PackageError):
 # ---------------------------------------------------------------------------
 # Per-file work, run on the workers.
 
-def _header_fields(scan) -> dict:
-    """Catalogue fields of an opened scan file."""
-    low, high = scan.bbox
-    fields = {
-        "uuid": str(scan.id),
-        "date": str(scan.date),
-        "points": int(scan.count),
-        "checksum": format(int(scan.checksum), "016x"),
-    }
-    fields.update(zip(BOX_COLUMNS, (float(v) for v in (*low, *high))))
+def _header_fields(id, date, count, bbox, checksum) -> dict:
+    """Catalogue fields of a scan file's header."""
+    fields = {"uuid": str(id), "date": str(date), "points": int(count), "checksum": format(int(checksum), "016x")}
+    fields.update(zip(BOX_COLUMNS, (float(v) for v in (*bbox[0], *bbox[1]))))
     return fields
 
 
@@ -77,15 +73,14 @@ class _Library:
     """Converts and verifies through the compiled package; the tests swap in other backends."""
 
     def convert(self, source: str, target: str, options: dict) -> dict:
-        import lxbase
-        lxbase.convert([source], target, **options)
-        return _header_fields(lxbase.read_scan(target))
+        from . import convert
+        header = convert([source], target, **dict(_CONVERT_DEFAULTS, **options))
+        return _header_fields(*(header[k] for k in ("id", "date", "count", "bbox", "checksum")))
 
     def check(self, target: str) -> dict:
-        import lxbase
-        scan = lxbase.read_scan(target)
-        scan.verify()
-        return _header_fields(scan)
+        from . import read_scan
+        scan = read_scan(target, verify=True)
+        return _header_fields(scan.id, scan.date, scan.count, scan.bbox, scan.checksum)
 
 
 def _empty_row(source: str, target: str, status: str) -> dict:
