@@ -7,7 +7,7 @@ packages=(
   g++ clang cmake make pkg-config
   libboost-dev libboost-date-time-dev libutfcpp-dev
   libgtest-dev libbenchmark-dev libeigen3-dev libpng-dev
-  libclang-rt-14-dev valgrind locales
+  libclang-rt-14-dev valgrind locales doxygen
   pybind11-dev python3-pybind11 python3-numpy python3-pytest python3-open3d
   python3-dask python3-distributed
 )

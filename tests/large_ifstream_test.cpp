@@ -8,6 +8,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "lxbase/exceptions.h"
@@ -20,6 +21,11 @@ using lxbase::LargeIfstream;
 constexpr auto kGood = std::ios_base::goodbit;
 constexpr auto kEof = std::ios_base::eofbit;
 constexpr auto kFail = std::ios_base::failbit;
+
+// Copies would share the FILE and close it twice.
+static_assert(!std::is_copy_constructible<LargeIfstream>::value && !std::is_copy_assignable<LargeIfstream>::value,
+              "LargeIfstream is move-only");
+static_assert(std::is_nothrow_move_constructible<LargeIfstream>::value, "LargeIfstream moves");
 
 std::string Line(LargeIfstream& in) {
     std::string line = "<unchanged>";

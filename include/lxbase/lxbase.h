@@ -1,6 +1,12 @@
 #ifndef LXBASE_LXBASE_H
 #define LXBASE_LXBASE_H
 
+/// The base library of the point-cloud system: byte streams over memory and
+/// files, versioned block headers, points and frames, colours and the packed
+/// point attribute record, identifiers, dates, text conversion and component
+/// names. Everything is declared by <lxbase/lxbase.h>.
+namespace lxbase {}
+
 // Everything of namespace lxbase.
 #include "lxbase/exceptions.h"
 #include "lxbase/streams.h"

@@ -12,13 +12,15 @@ namespace lxbase {
 // (utf8::invalid_utf16, utf8::invalid_utf8, utf8::invalid_code_point,
 // utf8::not_enough_room), which passes through unchanged.
 
-// UTF-16 to UTF-8.
+/// UTF-16 to UTF-8. An unpaired surrogate throws utf8::invalid_utf16.
 LXBASE_API std::string Encode_UTF8(const std::u16string& text);
-// UTF-8 to UTF-16.
+/// UTF-8 to UTF-16. A malformed sequence throws utf8::invalid_utf8, a
+/// surrogate or out-of-range code point utf8::invalid_code_point, a sequence
+/// cut off at the end utf8::not_enough_room.
 LXBASE_API std::u16string Decode_UTF8(const std::string& text);
-// Exactly Encode_UTF8.
+/// Exactly Encode_UTF8.
 LXBASE_API std::string ConvertString(const std::u16string& text);
-// Exactly Decode_UTF8.
+/// Exactly Decode_UTF8.
 LXBASE_API std::u16string ConvertString(const std::string& text);
 
 }  // namespace lxbase

@@ -34,102 +34,117 @@ inline double Sum3(double a0, double b0, double a1, double b1, double a2, double
 
 }  // namespace detail
 
-// A local coordinate system inside a parent system, held as the upper three
-// rows M of a homogeneous 4 x 4 matrix (row-major, element (r, c) at 4r + c):
-// columns 0, 1, 2 are the local X, Y, Z axes in parent coordinates (R),
-// column 3 the local origin (o).
-//
-// Every product sums its three terms left to right in the order of the
-// summation index, a translation term last, so results are reproducible to the
-// last bit. Nothing is checked: R is used as given, and the
-// back-propagations take its transpose as its inverse.
+/// A local coordinate system inside a parent system, held as the upper three
+/// rows M of a homogeneous 4 x 4 matrix (row-major, element (r, c) at 4r + c):
+/// columns 0, 1, 2 are the local X, Y, Z axes in parent coordinates (R),
+/// column 3 the local origin (o).
+///
+/// Every product sums its three terms left to right in the order of the
+/// summation index, a translation term last, so results are reproducible to the
+/// last bit. Nothing is checked: R is used as given, and the
+/// back-propagations take its transpose as its inverse.
 class LXBASE_API Frame {
 public:
-    // The identity frame.
+    /// The identity frame.
     Frame();
+    /// Copies the 12 values.
     Frame(const Frame& other);
+    /// Copies the 12 values.
     Frame& operator=(const Frame& other);
-    // M = rows 0..2 of m, unchanged; row 3 is not read.
+    /// M = rows 0..2 of m, unchanged; row 3 is not read.
     Frame(const Mat4<double>& m);
-    // R = r (row for row), origin = o.
+    /// R = r (row for row), origin = o.
     Frame(const Mat3<double>& r, const Vec3<double>& o);
-    // The origin, then SetXYZAxes(x, y, z): z has no effect.
+    /// The origin, then SetXYZAxes(x, y, z): z has no effect.
     Frame(const Vec3<double>& origin, const Vec3<double>& x, const Vec3<double>& y,
           const Vec3<double>& z);
-    // The records' axes become columns 0..2; the origin is zero or the
-    // translation. Values are only rearranged.
+    /// The records' axes become columns 0..2; the origin is zero or the
+    /// translation. Values are only rearranged.
     Frame(const lxbase::Orientation& o);
+    /// The registration's axes become columns 0..2, its translation the origin.
     Frame(const lxbase::RegistrationInformation& r);
 
+    /// Columns 0..2 as the record's axes; the origin is dropped.
     operator lxbase::Orientation() const;
+    /// Columns 0..2 as the axes, column 3 as the translation.
     operator lxbase::RegistrationInformation() const;
 
+    /// Column 3: the local origin in parent coordinates.
     Vec3<double> GetOrigin() const;
+    /// The same as GetOrigin().
     Vec3<double> GetTranslation() const;
+    /// Column 0: the local X axis in parent coordinates.
     Vec3<double> GetXAxis() const;
+    /// Column 1: the local Y axis in parent coordinates.
     Vec3<double> GetYAxis() const;
+    /// Column 2: the local Z axis in parent coordinates.
     Vec3<double> GetZAxis() const;
-    // The 12 values of M as rows 0..2, row 3 = (0, 0, 0, 1).
+    /// The 12 values of M as rows 0..2, row 3 = (0, 0, 0, 1).
     Mat4<double> GetMatrix() const;
 
-    // Element (row, col) of M; no range check: row 0..2, col 0..3.
+    /// Element (row, col) of M; no range check: row 0..2, col 0..3.
     double& operator()(int row, int col) { return m_m[4 * row + col]; }
+    /// Element (row, col) of M, read only; no range check.
     const double& operator()(int row, int col) const { return m_m[4 * row + col]; }
 
+    /// Column 3 = o.
     void SetOrigin(const Vec3<double>& o);
-    // All 12 values back to the identity frame.
+    /// All 12 values back to the identity frame.
     void ResetTransform();
 
     // The four point and vector mappings are inline: they run in the
     // caller's loops over millions of points.
 
-    // R p + o: local point to parent coordinates.
+    /// R p + o: local point to parent coordinates.
     Vec3<double> PropagatePoint(const Vec3<double>& p) const {
         return Vec3<double>(detail::Pinned(RowTimes(0, p)) + m_m[3], detail::Pinned(RowTimes(1, p)) + m_m[7],
                             detail::Pinned(RowTimes(2, p)) + m_m[11]);
     }
-    // R v.
+    /// R v.
     Vec3<double> PropagateVector(const Vec3<double>& v) const {
         return Vec3<double>(RowTimes(0, v), RowTimes(1, v), RowTimes(2, v));
     }
-    // R^T (p - o): parent point to local coordinates.
+    /// R^T (p - o): parent point to local coordinates.
     Vec3<double> BackPropagatePoint(const Vec3<double>& p) const {
         return BackPropagateVector(Vec3<double>(detail::Pinned(p[0] - m_m[3]), detail::Pinned(p[1] - m_m[7]),
                                                 detail::Pinned(p[2] - m_m[11])));
     }
-    // R^T v.
+    /// R^T v.
     Vec3<double> BackPropagateVector(const Vec3<double>& v) const {
         return Vec3<double>(ColumnTimes(0, v), ColumnTimes(1, v), ColumnTimes(2, v));
     }
-    // f given in this frame's local system, expressed in the parent.
+    /// f given in this frame's local system, expressed in the parent.
     Frame PropagateFrame(const Frame& f) const;
-    // f given in the parent, expressed in this frame's local system.
+    /// f given in the parent, expressed in this frame's local system.
     Frame BackPropagateFrame(const Frame& f) const;
 
-    // Gram-Schmidt: X = x / |x|, Y = the part of y orthogonal to X,
-    // normalised, Z = X x Y normalised; a zero length skips its division.
-    // The origin is kept; z is not read, so the result is right-handed.
+    /// Gram-Schmidt: X = x / |x|, Y = the part of y orthogonal to X,
+    /// normalised, Z = X x Y normalised; a zero length skips its division.
+    /// The origin is kept; z is not read, so the result is right-handed.
     void SetXYZAxes(const Vec3<double>& x, const Vec3<double>& y, const Vec3<double>& z);
-    // M = t M, t taken as its upper three rows.
+    /// M = t M, t taken as its upper three rows.
     void Transform(const Mat4<double>& t);
-    // R = q R and o = q o: the frame turns about the parent's origin.
+    /// R = q R and o = q o: the frame turns about the parent's origin.
     void Rotate(const Mat3<double>& q);
-    // Turns the frame by angle (radians, right-hand rule) about the line
-    // through p with the unit direction a, then re-orthonormalises X and Y
-    // and sets Z = X x Y. |angle| <= 1e-7 turns nothing.
+    /// Turns the frame by angle (radians, right-hand rule) about the line
+    /// through p with the unit direction a, then re-orthonormalises X and Y
+    /// and sets Z = X x Y. |angle| <= 1e-7 turns nothing.
     void Rotate(const Vec3<double>& p, const Vec3<double>& a, const double& angle);
-    // o = o + v.
+    /// o = o + v.
     void Translate(const Vec3<double>& v);
 
 protected:
+    /// Copies the 12 values of `other` and returns this frame.
     Frame& Copy(const Frame& other);
-    // Column 0, 1 or 2 = v, not normalised.
+    /// Column 0 = v, not normalised.
     void SetXAxis(const Vec3<double>& v);
+    /// Column 1 = v, not normalised.
     void SetYAxis(const Vec3<double>& v);
+    /// Column 2 = v, not normalised.
     void SetZAxis(const Vec3<double>& v);
 
 private:
-    // Row i of R times v, and column i of R (row i of its transpose) times v.
+    /// Row i of R times v, and column i of R (row i of its transpose) times v.
     double RowTimes(int i, const Vec3<double>& v) const {
         return detail::Sum3(m_m[4 * i], v[0], m_m[4 * i + 1], v[1], m_m[4 * i + 2], v[2]);
     }
