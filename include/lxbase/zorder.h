@@ -29,22 +29,25 @@
 
 namespace lxbase {
 
-// Reorders points[0, n) along the Z-order of operator<: afterwards no point is
-// less than the one before it.
+/// Reorders points[0, n) along the Z-order of operator<: afterwards no point is
+/// less than the one before it (guarantees above).
 LXBASE_API void SortZOrder(tBaseXYZPoint<double>* points, std::size_t n);
+/// Reorders float points[0, n) like the double form.
 LXBASE_API void SortZOrder(tBaseXYZPoint<float>* points, std::size_t n);
 
-// The same order as a permutation; the points are not touched:
-// points[order[i]] is the i-th point in Z-order.
+/// The same order as a permutation; the points are not touched:
+/// points[order[i]] is the i-th point in Z-order.
 LXBASE_API std::vector<std::size_t> ZOrderPermutation(const tBaseXYZPoint<double>* points, std::size_t n);
+/// The permutation of float points, like the double form.
 LXBASE_API std::vector<std::size_t> ZOrderPermutation(const tBaseXYZPoint<float>* points, std::size_t n);
 
-// The same for points that lie strideBytes apart, such as positions inside
-// larger records: point i is the tBaseXYZPoint at byte offset i * strideBytes
-// from first. Throws std::invalid_argument if strideBytes is smaller than a
-// point or not a multiple of the coordinate size.
+/// The same for points that lie strideBytes apart, such as positions inside
+/// larger records: point i is the tBaseXYZPoint at byte offset i * strideBytes
+/// from first. Throws std::invalid_argument if strideBytes is smaller than a
+/// point or not a multiple of the coordinate size.
 LXBASE_API std::vector<std::size_t> ZOrderPermutation(const tBaseXYZPoint<double>* first, std::size_t n,
                                                       std::size_t strideBytes);
+/// The strided permutation of float points, like the double form.
 LXBASE_API std::vector<std::size_t> ZOrderPermutation(const tBaseXYZPoint<float>* first, std::size_t n,
                                                       std::size_t strideBytes);
 
