@@ -5,6 +5,12 @@ without the GIL, and equals the C++ library's per-element function bit for bit
 (a NaN result is NaN, its sign and payload are not promised). An argument of
 the wrong dtype raises TypeError, of the wrong shape ValueError; both messages
 begin with the argument's name. Dtypes are never converted silently.
+
+The element-wise functions take an optional out= array that receives the
+result (and is returned): of the result's exact dtype and shape, writeable
+and C-contiguous. It may be the input array itself where every result
+replaces its own element (same dtype and shape), and must not overlap the
+input otherwise.
 """
 
 import datetime
@@ -41,12 +47,12 @@ class OutOfMemoryError(Error, MemoryError):
 
 # Geometry
 
-def cartesian_to_polar(xyz: ArrayLike) -> np.ndarray:
+def cartesian_to_polar(xyz: ArrayLike, out: Optional[np.ndarray] = None) -> np.ndarray:
     """(N, 3) float32 or float64 points x, y, z to (N, 3) polar points of the
     same dtype: range, horizontal angle (from +X towards +Y), vertical angle
     (from +Z), radians; computed in the input's precision."""
 
-def polar_to_cartesian(polar: ArrayLike) -> np.ndarray:
+def polar_to_cartesian(polar: ArrayLike, out: Optional[np.ndarray] = None) -> np.ndarray:
     """(N, 3) float32 or float64 polar points (range, horizontal angle,
     vertical angle) to (N, 3) Cartesian points of the same dtype."""
 
@@ -77,9 +83,9 @@ class Frame:
     @property
     def registration(self) -> Tuple[np.ndarray, np.ndarray]:
         """(axes 3x3 with the local axes as columns, translation 3)."""
-    def propagate_points(self, xyz: ArrayLike) -> np.ndarray:
+    def propagate_points(self, xyz: ArrayLike, out: Optional[np.ndarray] = None) -> np.ndarray:
         """(N, 3) float64 local points to parent coordinates: R p + o."""
-    def back_propagate_points(self, xyz: ArrayLike) -> np.ndarray:
+    def back_propagate_points(self, xyz: ArrayLike, out: Optional[np.ndarray] = None) -> np.ndarray:
         """(N, 3) float64 parent points to local coordinates: R^T (p - o)."""
     def propagate_frame(self, other: Frame) -> Frame:
         """other, given in this frame's local system, expressed in the parent."""
@@ -89,11 +95,11 @@ class Frame:
 
 # Packed records
 
-def encode_normals(normals: ArrayLike) -> np.ndarray:
+def encode_normals(normals: ArrayLike, out: Optional[np.ndarray] = None) -> np.ndarray:
     """(N, 3) float32 normals to (N,) uint16 normal codes (1..16224; only
     the direction counts)."""
 
-def decode_normals(codes: ArrayLike) -> np.ndarray:
+def decode_normals(codes: ArrayLike, out: Optional[np.ndarray] = None) -> np.ndarray:
     """(N,) uint16 codes to (N, 3) float32 unit vectors through the centres
     of their cells; code 0 and the unused codes give (0, 0, 0)."""
 
@@ -111,15 +117,15 @@ def unpack(records: ArrayLike) -> Dict[str, np.ndarray]:
 
 # Colour
 
-def colour_ramp(values: ArrayLike) -> np.ndarray:
+def colour_ramp(values: ArrayLike, out: Optional[np.ndarray] = None) -> np.ndarray:
     """(N,) float32 values to (N, 3) uint8 ramp colours: blue at 0 (and
     below, and NaN), green at 1/3, yellow at 2/3, red at 1 and above."""
 
-def rgb_to_hsl(rgb: ArrayLike) -> np.ndarray:
+def rgb_to_hsl(rgb: ArrayLike, out: Optional[np.ndarray] = None) -> np.ndarray:
     """(N, 3) uint8 colours to (N, 3) uint16 hue, saturation, lightness
     (hue 0..65535 for 0..360 degrees, the others 0..65535 for 0..1)."""
 
-def hsl_to_rgb(hsl: ArrayLike) -> np.ndarray:
+def hsl_to_rgb(hsl: ArrayLike, out: Optional[np.ndarray] = None) -> np.ndarray:
     """(N, 3) uint16 hue, saturation, lightness to (N, 3) uint8 colours."""
 
 # Identity and time

@@ -60,6 +60,35 @@ py::array_t<T> NewArray(py::ssize_t n, py::ssize_t columns) {
     return py::array_t<T>(n);
 }
 
+// The result array of an element-wise function: a new (n,) or (n, columns)
+// array of T, or `out` when the caller gives one. A given array must match
+// exactly (dtype, shape, C-contiguous, writeable) and may share memory with
+// the input only when it is the input itself and every element's result
+// replaces that element in place (sameLayout).
+template <typename T>
+py::array_t<T> ResultArray(const py::object& out, py::ssize_t n, py::ssize_t columns, const py::array& input,
+                           bool sameLayout) {
+    if (out.is_none()) return NewArray<T>(n, columns);
+    if (!py::isinstance<py::array>(out))
+        throw py::type_error("out: expected a numpy array, got " + py::str(py::type::of(out)).cast<std::string>());
+    py::array a = py::reinterpret_borrow<py::array>(out);
+    if (!a.dtype().equal(py::dtype::of<T>()))
+        throw py::type_error("out: expected dtype " + DtypeName<T>() + ", got " + py::str(a.dtype()).cast<std::string>());
+    const bool shapeOk = columns ? (a.ndim() == 2 && a.shape(0) == n && a.shape(1) == columns)
+                                 : (a.ndim() == 1 && a.shape(0) == n);
+    if (!shapeOk)
+        throw py::value_error("out: expected shape (" + std::to_string(n) + (columns ? ", " + std::to_string(columns) + ")" : ",)") +
+                              ", got " + ShapeText(a));
+    if (!(a.flags() & py::array::c_style) || !a.writeable())
+        throw py::value_error("out: must be a writeable C-contiguous array");
+    const char* outFirst = static_cast<const char*>(a.data());
+    const char* inFirst = static_cast<const char*>(input.data());
+    const bool overlap = a.nbytes() && input.nbytes() && outFirst < inFirst + input.nbytes() &&
+                         inFirst < outFirst + a.nbytes();
+    if (overlap && !(sameLayout && outFirst == inFirst)) throw py::value_error("out: overlaps the input");
+    return py::reinterpret_borrow<py::array_t<T>>(a);
+}
+
 // Runs body(first, last) over [0, n) on up to the machine's cores, in
 // blocks; small arrays stay on the calling thread. The split never changes a
 // result: every element is computed alone.

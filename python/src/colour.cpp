@@ -46,31 +46,31 @@ struct HSLWords {
     std::uint16_t hue, saturation, lightness;
 };
 
-py::array_t<std::uint8_t> ColourRamp(const py::object& values) {
+py::array_t<std::uint8_t> ColourRamp(const py::object& values, const py::object& out) {
     auto in = CheckArray<float>(values, "values", 0);
-    auto out = NewArray<std::uint8_t>(in.shape(0), 3);
-    MapElements<float, RGBBytes>(in.data(), out.mutable_data(), static_cast<std::size_t>(in.shape(0)), [](float v) {
+    auto result = ResultArray<std::uint8_t>(out, in.shape(0), 3, in, false);
+    MapElements<float, RGBBytes>(in.data(), result.mutable_data(), static_cast<std::size_t>(in.shape(0)), [](float v) {
         const RGB8 c = RGB8::GetColor(v);
         return RGBBytes{c.r, c.g, c.b};
     });
-    return out;
+    return result;
 }
 
-py::array_t<std::uint16_t> RgbToHsl(const py::object& rgb) {
+py::array_t<std::uint16_t> RgbToHsl(const py::object& rgb, const py::object& out) {
     auto in = CheckArray<std::uint8_t>(rgb, "rgb", 3);
-    auto out = NewArray<std::uint16_t>(in.shape(0), 3);
-    MapElements<RGBBytes, HSLWords>(in.data(), out.mutable_data(), static_cast<std::size_t>(in.shape(0)),
+    auto result = ResultArray<std::uint16_t>(out, in.shape(0), 3, in, false);
+    MapElements<RGBBytes, HSLWords>(in.data(), result.mutable_data(), static_cast<std::size_t>(in.shape(0)),
                                     [](RGBBytes c) {
                                         const HSLType h(RGB8(c.r, c.g, c.b));
                                         return HSLWords{h.hue, h.saturation, h.lightness};
                                     });
-    return out;
+    return result;
 }
 
-py::array_t<std::uint8_t> HslToRgb(const py::object& hsl) {
+py::array_t<std::uint8_t> HslToRgb(const py::object& hsl, const py::object& out) {
     auto in = CheckArray<std::uint16_t>(hsl, "hsl", 3);
-    auto out = NewArray<std::uint8_t>(in.shape(0), 3);
-    MapElements<HSLWords, RGBBytes>(in.data(), out.mutable_data(), static_cast<std::size_t>(in.shape(0)),
+    auto result = ResultArray<std::uint8_t>(out, in.shape(0), 3, in, false);
+    MapElements<HSLWords, RGBBytes>(in.data(), result.mutable_data(), static_cast<std::size_t>(in.shape(0)),
                                     [](HSLWords w) {
                                         HSLType h;
                                         h.hue = w.hue;
@@ -79,31 +79,31 @@ py::array_t<std::uint8_t> HslToRgb(const py::object& hsl) {
                                         const RGB8 c(h);
                                         return RGBBytes{c.r, c.g, c.b};
                                     });
-    return out;
+    return result;
 }
 
-py::array_t<std::uint16_t> EncodeNormals(const py::object& normals) {
+py::array_t<std::uint16_t> EncodeNormals(const py::object& normals, const py::object& out) {
     auto in = CheckArray<float>(normals, "normals", 3);
-    auto out = NewArray<std::uint16_t>(in.shape(0), 0);
-    MapElements<Normal, std::uint16_t>(in.data(), out.mutable_data(), static_cast<std::size_t>(in.shape(0)),
+    auto result = ResultArray<std::uint16_t>(out, in.shape(0), 0, in, false);
+    MapElements<Normal, std::uint16_t>(in.data(), result.mutable_data(), static_cast<std::size_t>(in.shape(0)),
                                        [](const Normal& normal) {
                                            HNormalRGB record;
                                            record.SetNormal(normal);
                                            return record.GetNormalCode();
                                        });
-    return out;
+    return result;
 }
 
-py::array_t<float> DecodeNormals(const py::object& codes) {
+py::array_t<float> DecodeNormals(const py::object& codes, const py::object& out) {
     auto in = CheckArray<std::uint16_t>(codes, "codes", 0);
-    auto out = NewArray<float>(in.shape(0), 3);
-    MapElements<std::uint16_t, Normal>(in.data(), out.mutable_data(), static_cast<std::size_t>(in.shape(0)),
+    auto result = ResultArray<float>(out, in.shape(0), 3, in, false);
+    MapElements<std::uint16_t, Normal>(in.data(), result.mutable_data(), static_cast<std::size_t>(in.shape(0)),
                                        [](std::uint16_t code) {
                                            HNormalRGB record;
                                            record.SetNormalCode(code);
                                            return record.GetNormal();
                                        });
-    return out;
+    return result;
 }
 
 }  // namespace
@@ -233,11 +233,11 @@ py::dict Unpack(const py::object& records) {
 }  // namespace
 
 void RegisterColour(py::module_& m) {
-    m.def("colour_ramp", &ColourRamp, py::arg("values"));
-    m.def("rgb_to_hsl", &RgbToHsl, py::arg("rgb"));
-    m.def("hsl_to_rgb", &HslToRgb, py::arg("hsl"));
-    m.def("encode_normals", &EncodeNormals, py::arg("normals"));
-    m.def("decode_normals", &DecodeNormals, py::arg("codes"));
+    m.def("colour_ramp", &ColourRamp, py::arg("values"), py::arg("out") = py::none());
+    m.def("rgb_to_hsl", &RgbToHsl, py::arg("rgb"), py::arg("out") = py::none());
+    m.def("hsl_to_rgb", &HslToRgb, py::arg("hsl"), py::arg("out") = py::none());
+    m.def("encode_normals", &EncodeNormals, py::arg("normals"), py::arg("out") = py::none());
+    m.def("decode_normals", &DecodeNormals, py::arg("codes"), py::arg("out") = py::none());
     m.def("pack", &Pack, py::arg("rgb") = py::none(), py::arg("intensity") = py::none(),
           py::arg("normals") = py::none());
     m.def("unpack", &Unpack, py::arg("records"));

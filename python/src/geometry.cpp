@@ -36,9 +36,9 @@ py::object ForFloatPoints(const py::object& object, const char* name, F f) {
 // out[i] = the library's conversion of in[i], three values each; the point
 // types are three contiguous values, so they are copied in and out whole.
 template <typename To, typename From, typename T>
-py::object ConvertPoints(const py::array_t<T, py::array::c_style>& in) {
+py::object ConvertPoints(const py::array_t<T, py::array::c_style>& in, const py::object& given) {
     const std::size_t n = static_cast<std::size_t>(in.shape(0));
-    py::array_t<T> out = NewArray<T>(static_cast<py::ssize_t>(n), 3);
+    py::array_t<T> out = ResultArray<T>(given, static_cast<py::ssize_t>(n), 3, in, true);
     const T* source = in.data();
     T* target = out.mutable_data();
     {
@@ -113,11 +113,11 @@ py::array_t<double> MatrixOf(const lxmath::Frame& frame) {
     return out;
 }
 
-// Maps (N, 3) float64 points through the frame, into a new array.
-py::array_t<double> MapPoints(const lxmath::Frame& frame, const py::object& xyz, bool back) {
+// Maps (N, 3) float64 points through the frame.
+py::array_t<double> MapPoints(const lxmath::Frame& frame, const py::object& xyz, const py::object& given, bool back) {
     auto in = CheckArray<double>(xyz, "xyz", 3);
     const std::size_t n = static_cast<std::size_t>(in.shape(0));
-    py::array_t<double> out = NewArray<double>(static_cast<py::ssize_t>(n), 3);
+    py::array_t<double> out = ResultArray<double>(given, static_cast<py::ssize_t>(n), 3, in, true);
     const double* source = in.data();
     double* target = out.mutable_data();
     py::gil_scoped_release release;
@@ -148,10 +148,18 @@ void RegisterFrame(py::module_& m) {
                                [](const lxmath::Frame& frame) {
                                    return RegistrationTuple(static_cast<lxbase::RegistrationInformation>(frame));
                                })
-        .def("propagate_points", [](const lxmath::Frame& f, const py::object& xyz) { return MapPoints(f, xyz, false); },
-             py::arg("xyz"))
-        .def("back_propagate_points",
-             [](const lxmath::Frame& f, const py::object& xyz) { return MapPoints(f, xyz, true); }, py::arg("xyz"))
+        .def(
+            "propagate_points",
+            [](const lxmath::Frame& f, const py::object& xyz, const py::object& out) {
+                return MapPoints(f, xyz, out, false);
+            },
+            py::arg("xyz"), py::arg("out") = py::none())
+        .def(
+            "back_propagate_points",
+            [](const lxmath::Frame& f, const py::object& xyz, const py::object& out) {
+                return MapPoints(f, xyz, out, true);
+            },
+            py::arg("xyz"), py::arg("out") = py::none())
         .def("propagate_frame", &lxmath::Frame::PropagateFrame, py::arg("other"))
         .def("back_propagate_frame", &lxmath::Frame::BackPropagateFrame, py::arg("other"))
         .def("__eq__",
@@ -216,22 +224,22 @@ py::tuple RegistrationTuple(const lxbase::RegistrationInformation& registration)
 void RegisterGeometry(py::module_& m) {
     m.def(
         "cartesian_to_polar",
-        [](const py::object& xyz) {
-            return ForFloatPoints(xyz, "xyz", [](auto in) {
+        [](const py::object& xyz, const py::object& out) {
+            return ForFloatPoints(xyz, "xyz", [&](auto in) {
                 using T = typename decltype(in)::value_type;
-                return ConvertPoints<tBasePolarPoint<T>, tBaseXYZPoint<T>>(in);
+                return ConvertPoints<tBasePolarPoint<T>, tBaseXYZPoint<T>>(in, out);
             });
         },
-        py::arg("xyz"));
+        py::arg("xyz"), py::arg("out") = py::none());
     m.def(
         "polar_to_cartesian",
-        [](const py::object& polar) {
-            return ForFloatPoints(polar, "polar", [](auto in) {
+        [](const py::object& polar, const py::object& out) {
+            return ForFloatPoints(polar, "polar", [&](auto in) {
                 using T = typename decltype(in)::value_type;
-                return ConvertPoints<tBaseXYZPoint<T>, tBasePolarPoint<T>>(in);
+                return ConvertPoints<tBaseXYZPoint<T>, tBasePolarPoint<T>>(in, out);
             });
         },
-        py::arg("polar"));
+        py::arg("polar"), py::arg("out") = py::none());
     m.def(
         "zorder_permutation",
         [](const py::object& xyz) -> py::object {

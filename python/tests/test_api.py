@@ -143,3 +143,34 @@ def test_component_names():
     assert all(lxbase.component_from_name(lxbase.component_name(v)) == v for v in range(0, 40))
     with pytest.raises(ValueError, match="32-bit"):
         lxbase.component_name(1 << 31)
+
+
+def test_out_arrays():
+    rng = np.random.default_rng(8)
+    xyz = rng.standard_normal((1000, 3))
+    frame = lxbase.Frame(registration=(np.array([[0, -1, 0], [1, 0, 0], [0, 0, 1.0]]), [5, 6, 7]))
+    expected = frame.propagate_points(xyz)
+    out = np.empty_like(xyz)
+    assert frame.propagate_points(xyz, out=out) is out and np.array_equal(out, expected)
+    in_place = xyz.copy()
+    frame.propagate_points(in_place, out=in_place)  # each result replaces its own point
+    assert np.array_equal(in_place, expected)
+    polar = lxbase.cartesian_to_polar(xyz)
+    again = xyz.copy()
+    assert np.array_equal(lxbase.cartesian_to_polar(again, out=again), polar)
+    normals = rng.standard_normal((1000, 3)).astype(np.float32)
+    codes = np.empty(1000, np.uint16)
+    assert lxbase.encode_normals(normals, out=codes) is codes
+    assert np.array_equal(codes, lxbase.encode_normals(normals))
+    with pytest.raises(ValueError, match="^out: overlaps the input"):
+        frame.propagate_points(in_place[1:], out=in_place[:-1])
+    with pytest.raises(ValueError, match="^out: overlaps the input"):
+        lxbase.encode_normals(normals, out=normals.view(np.uint16).reshape(-1)[:1000])
+    with pytest.raises(TypeError, match="^out: expected dtype uint16"):
+        lxbase.encode_normals(normals, out=np.empty(1000, np.int16))
+    with pytest.raises(ValueError, match=r"^out: expected shape \(1000,\)"):
+        lxbase.encode_normals(normals, out=np.empty(999, np.uint16))
+    with pytest.raises(ValueError, match="^out: must be a writeable C-contiguous array"):
+        frame.propagate_points(xyz, out=np.empty((1000, 6))[:, :3])
+    with pytest.raises(TypeError, match="^out: expected a numpy array"):
+        lxbase.colour_ramp(np.zeros(3, np.float32), out=[0, 0, 0])
