@@ -21,6 +21,7 @@
 namespace lxscan {
 
 class OutputFile;
+class ScanReader;
 
 // Whether the first bytes of a file are those of a PLY file ("ply" and a line
 // end).
@@ -103,6 +104,13 @@ private:
     PlyWriteLayout layout_;
     std::size_t recordSize_;
 };
+
+// Writes the points of a scan file as binary little-endian PLY, in the
+// file's order: x y z as the scan stores them (double or float), red green
+// blue and intensity uchar, and nx ny nz float (the decoded normal) when the
+// scan has normals. Written through an OutputFile; refuses the scan itself
+// as the output. Throws ScanError.
+LXSCAN_API void ExportPly(ScanReader& scan, const std::string& path, const ProgressCallback& progress = {});
 
 }  // namespace lxscan
 
