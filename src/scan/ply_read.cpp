@@ -94,6 +94,8 @@ void GatherAs(Type type, const char* first, std::size_t stride, std::size_t n, O
     WithType(type, [&](auto tag) { Gather<decltype(tag), Swap>(first, stride, n, out, step, convert); });
 }
 
+constexpr std::size_t kDecodeBytes = std::size_t{64} << 10;
+
 bool Finite3(const double* p) { return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]); }
 
 }  // namespace
@@ -232,11 +234,21 @@ struct PlyReader::Impl {
                                                     std::to_string(consumed + have / stride) + " of the " +
                                                     std::to_string(vertex.count) + " the header announces");
         }
-        const char* records = input.Data();
-        if (Swap()) {
-            Decode<true>(records, stride, n, xyz, rgb, intensity, normals);
-        } else {
-            Decode<false>(records, stride, n, xyz, rgb, intensity, normals);
+        // Each field is gathered in a pass of its own: in sub-blocks that stay
+        // in the cache between the passes.
+        const std::size_t perPass = std::max<std::size_t>(1, kDecodeBytes / stride);
+        for (std::size_t first = 0; first < n; first += perPass) {
+            const std::size_t k = std::min(perPass, n - first);
+            const char* records = input.Data() + first * stride;
+            double* x = xyz ? xyz + 3 * first : nullptr;
+            std::uint8_t* c = rgb ? rgb + 3 * first : nullptr;
+            std::uint8_t* i = intensity ? intensity + first : nullptr;
+            float* v = normals ? normals + 3 * first : nullptr;
+            if (Swap()) {
+                Decode<true>(records, stride, k, x, c, i, v);
+            } else {
+                Decode<false>(records, stride, k, x, c, i, v);
+            }
         }
         input.Consume(n * stride);
         return n;
