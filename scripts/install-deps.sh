@@ -7,9 +7,12 @@ packages=(
   g++ clang cmake make pkg-config
   libboost-dev libboost-date-time-dev libutfcpp-dev
   libgtest-dev libbenchmark-dev libeigen3-dev libpng-dev
-  libclang-rt-14-dev valgrind locales doxygen
+  libclang-rt-14-dev valgrind locales doxygen libcli11-dev
   pybind11-dev python3-pybind11 python3-numpy python3-pytest python3-open3d
   python3-dask python3-distributed
+  # PLY files written by other point libraries, made by the tests at run time
+  # (about 300 packages with python3-open3d, 265 MB, fetched in about 20 s here).
+  pcl-tools
 )
 
 if [ "$(id -u)" -eq 0 ]; then sudo=(); else sudo=(sudo); fi

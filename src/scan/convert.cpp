@@ -8,6 +8,10 @@
 
 #include <sys/stat.h>
 
+#include <lxscan/output.h>
+#include <lxscan/ply.h>
+
+#include "ply_convert.h"
 #include "scan_file.h"
 #include "text_reader.h"
 #include "writer_internal.h"
@@ -22,24 +26,23 @@ constexpr double kPi = 3.14159265358979323846;
 // of the inputs under any name (same device and inode).
 void CheckPaths(const std::vector<std::string>& inputs, const std::string& output) {
     if (inputs.empty()) throw ScanError("no input files");
+    CheckDistinctFiles(inputs, {output});
     struct stat out;
     if (stat(output.c_str(), &out) != 0) return;
     RefuseDirectory(output);
-    for (const std::string& input : inputs) {
-        struct stat in;
-        if (stat(input.c_str(), &in) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino)
-            throw ScanError(output + ": is the input " + input + "; refusing to overwrite it");
-    }
 }
 
-// Whether the file begins like a PLY file ("ply" and a line end).
-bool LooksLikePly(const std::string& path) {
+// Whether a regular file begins like a PLY file. Other inputs (a pipe) are
+// not read ahead: their bytes could not be read again.
+bool IsPlyFile(const std::string& path) {
+    struct stat info;
+    if (stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
     std::FILE* file = std::fopen(path.c_str(), "rb");
     if (file == nullptr) return false;
-    char start[4] = {};
+    char start[8] = {};
     const std::size_t got = std::fread(start, 1, sizeof start, file);
     std::fclose(file);
-    return got >= 4 && std::memcmp(start, "ply", 3) == 0 && (start[3] == '\n' || start[3] == '\r');
+    return LooksLikePly(std::string_view(start, got));
 }
 
 }  // namespace
@@ -90,8 +93,11 @@ ConvertResult Convert(const std::vector<std::string>& inputs, const std::string&
     for (const std::string& input : inputs) {
         InputSummary summary;
         summary.path = input;
-        if (LooksLikePly(input)) throw ScanError(input + ": PLY input is not supported yet");
-        ReadPointText(input, textOptions, impl, summary);
+        if (IsPlyFile(input)) {
+            AddPlyInput(input, options, writer, summary);
+        } else {
+            ReadPointText(input, textOptions, impl, summary);
+        }
         result.skipped += summary.skipped;
         result.inputs.push_back(summary);
     }

@@ -278,7 +278,7 @@ void CheckDistinctFiles(const std::vector<std::string>& inputs, const std::vecto
     for (std::size_t i = 0; i < out.size(); ++i) {
         for (std::size_t j = 0; j < in.size(); ++j) {
             if (same(out[i], in[j]))
-                throw ScanError(outputs[i] + ": the output is the input " + inputs[j] + "; refusing to overwrite it");
+                throw ScanError(outputs[i] + ": is the input " + inputs[j] + "; refusing to overwrite it");
         }
         for (std::size_t j = 0; j < i; ++j) {
             if (same(out[i], out[j]))

@@ -1,68 +1,70 @@
 #include "output_file.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
-
-#include <unistd.h>
 
 namespace lxscan {
 
-AtomicOutput::AtomicOutput(const std::string& path)
-    : path_(path), temporary_(path + ".partial-" + std::to_string(getpid())) {
-    errno = 0;
-    if (!file_.Open(temporary_, false)) {
-        const int saved = errno;
-        throw ScanError(path_ + ": cannot create: " + std::strerror(saved != 0 ? saved : EACCES));
-    }
-}
+AtomicOutput::AtomicOutput(const std::string& path) : file_(path) {}
 
 AtomicOutput::~AtomicOutput() {
-    if (committed_) return;
-    file_.Close();
-    std::remove(temporary_.c_str());
-}
-
-void AtomicOutput::Fail(const std::string& what) const {
-    throw ScanError(path_ + ": " + what);
-}
-
-// The library reports a failed write as LXWritingException; errno tells why.
-template <class Operation>
-void AtomicOutput::Guarded(Operation operation) {
-    errno = 0;
-    try {
-        operation();
-    } catch (const lxbase::LXWritingException& error) {
-        const int saved = errno;
-        Fail(std::string("cannot write at byte ") + std::to_string(file_.Tell()) + ": " +
-             (saved != 0 ? std::strerror(saved) : error.what()));
-    }
+    if (stdio_ != nullptr) std::fclose(stdio_);
 }
 
 void AtomicOutput::Write(const void* bytes, std::uint64_t count) {
-    Guarded([&] { file_.Write(static_cast<const char*>(bytes), count); });
+    if (rewriting_) {
+        file_.WriteAt(rewriteAt_, bytes, static_cast<std::size_t>(count));
+        rewriteAt_ += count;
+    } else {
+        file_.Write(bytes, static_cast<std::size_t>(count));
+    }
 }
 
 void AtomicOutput::WriteHeader(lxbase::IOHeader& header) {
-    Guarded([&] { header.Write(&file_); });
+    lxbase::OutMemoryStream block;
+    header.Write(&block);
+    Write(block.GetBuffer(), block.BufferSize());
 }
 
 void AtomicOutput::SeekTo(std::uint64_t position) {
-    if (!file_.SeekAbsolute(position)) Fail("cannot seek to byte " + std::to_string(position));
+    if (!file_.Seekable())
+        throw ScanError(Path() + ": cannot go back to byte " + std::to_string(position) +
+                        " of an output that is not a regular file");
+    rewriting_ = true;
+    rewriteAt_ = position;
 }
 
-void AtomicOutput::SeekToEnd() {
-    if (!file_.SeekEnd(0)) Fail("cannot seek to the end");
+void AtomicOutput::SeekToEnd() { rewriting_ = false; }
+
+ssize_t AtomicOutput::StdioWrite(void* cookie, const char* bytes, std::size_t count) {
+    AtomicOutput& out = *static_cast<AtomicOutput*>(cookie);
+    try {
+        out.Write(bytes, count);
+    } catch (const ScanError& error) {
+        if (out.stdioError_.empty()) out.stdioError_ = error.what();
+        return -1;
+    }
+    return static_cast<ssize_t>(count);
+}
+
+std::FILE* AtomicOutput::Stdio() {
+    if (stdio_ == nullptr) {
+        cookie_io_functions_t functions;
+        std::memset(&functions, 0, sizeof functions);
+        functions.write = &AtomicOutput::StdioWrite;
+        stdio_ = fopencookie(this, "w", functions);
+        if (stdio_ == nullptr) throw ScanError(Path() + ": cannot make a standard I/O handle");
+    }
+    return stdio_;
 }
 
 void AtomicOutput::Commit() {
-    errno = 0;
-    if (!file_.Flush()) Fail(std::string("cannot write: ") + std::strerror(errno));
-    file_.Close();
-    if (std::rename(temporary_.c_str(), path_.c_str()) != 0)
-        Fail("cannot rename " + temporary_ + " to it: " + std::strerror(errno));
-    committed_ = true;
+    if (stdio_ != nullptr) {
+        const int closed = std::fclose(stdio_);
+        stdio_ = nullptr;
+        if (!stdioError_.empty()) throw ScanError(stdioError_);
+        if (closed != 0) throw ScanError(Path() + ": cannot write");
+    }
+    file_.Commit();
 }
 
 void BufferedOutput::Append(const void* bytes, std::size_t n) {

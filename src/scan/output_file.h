@@ -1,5 +1,6 @@
-// An output file that appears under its name only when complete: written
-// under a temporary name beside the target and renamed by Commit.
+// The module's writers' view of an OutputFile (<lxscan/output.h>): whole
+// blocks, header blocks, rewriting a header at the start, and a standard I/O
+// handle for writers that need one.
 #ifndef LXSCAN_SRC_OUTPUT_FILE_H
 #define LXSCAN_SRC_OUTPUT_FILE_H
 
@@ -8,42 +9,47 @@
 #include <string>
 #include <vector>
 
+#include <lxscan/output.h>
+
 #include "scan_internal.h"
 
 namespace lxscan {
 
 class AtomicOutput {
 public:
-    // Creates the temporary file; throws ScanError naming the target.
+    // Opens the output (see OutputFile); throws ScanError naming the target.
     explicit AtomicOutput(const std::string& path);
     AtomicOutput(const AtomicOutput&) = delete;
     AtomicOutput& operator=(const AtomicOutput&) = delete;
-    // Without Commit the temporary file is removed.
+    // Without Commit a temporary file is removed and the target stays.
     ~AtomicOutput();
 
     // Writes all bytes or throws ScanError (disk full, I/O error).
     void Write(const void* bytes, std::uint64_t count);
     // Writes a header block (IOHeader::Write) at the current position.
     void WriteHeader(lxbase::IOHeader& header);
-    // Moves to a byte already written, or back to the end.
+    // Moves to a byte already written (only when Seekable()), or back to the end.
     void SeekTo(std::uint64_t position);
     void SeekToEnd();
-    // For writers that take a standard I/O handle.
-    std::FILE* Stdio() const { return file_.GetFILE(); }
-    const std::string& Path() const { return path_; }
+    // Whether written bytes can be rewritten: false for a device, a FIFO or
+    // standard output, which are written straight to.
+    bool Seekable() const { return file_.Seekable(); }
+    // For writers that take a standard I/O handle; what they write goes
+    // through the output file.
+    std::FILE* Stdio();
+    const std::string& Path() const { return file_.Path(); }
 
-    // Flushes, closes and renames the file to its name; throws ScanError.
+    // Finishes the file (see OutputFile::Commit); throws ScanError.
     void Commit();
 
 private:
-    [[noreturn]] void Fail(const std::string& what) const;
-    template <class Operation>
-    void Guarded(Operation operation);
+    static ssize_t StdioWrite(void* cookie, const char* bytes, std::size_t count);
 
-    std::string path_;
-    std::string temporary_;
-    lxbase::lxOutFile file_;
-    bool committed_ = false;
+    OutputFile file_;
+    bool rewriting_ = false;    // after SeekTo: writes go to rewriteAt_
+    std::uint64_t rewriteAt_ = 0;
+    std::FILE* stdio_ = nullptr;
+    std::string stdioError_;
 };
 
 // Collects small writes into large ones.

@@ -175,11 +175,21 @@ void WriteScanFile(const std::string& path, const PointArray& points, const Orde
     header.pointCount = points.size();
     header.checksum = 0;
     AtomicOutput out(path);
-    // The checksum is known only at the end: the header is written again then.
-    out.WriteHeader(header);
-    Checksum sum;
     const std::size_t chunk = RecordFile::kChunk;
     std::vector<unsigned char> buffer(chunk * header.RecordSize());
+    if (!out.Seekable()) {
+        // A device, FIFO or standard output cannot be rewritten: the checksum
+        // is found in a pass of its own, and the header written once.
+        Checksum first;
+        for (std::size_t begin = 0; begin < points.size(); begin += chunk) {
+            const std::size_t n = std::min(chunk, points.size() - begin);
+            first.Add(buffer.data(), EncodeRecords(points, &order[begin], n, header.coordinateBytes, buffer.data()));
+        }
+        header.checksum = first.Value();
+    }
+    // Otherwise the checksum is known only at the end: the header is written again then.
+    out.WriteHeader(header);
+    Checksum sum;
     Progress shown("writing", progress);
     for (std::size_t begin = 0; begin < points.size(); begin += chunk) {
         const std::size_t n = std::min(chunk, points.size() - begin);
@@ -190,8 +200,10 @@ void WriteScanFile(const std::string& path, const PointArray& points, const Orde
     }
     shown.Finish();
     header.checksum = sum.Value();
-    out.SeekTo(0);
-    out.WriteHeader(header);
+    if (out.Seekable()) {
+        out.SeekTo(0);
+        out.WriteHeader(header);
+    }
     out.Commit();
 }
 

@@ -25,6 +25,13 @@ run() {
 }
 expect_err() { grep -qF -- "$1" err || fail "stderr lacks '$1': $(cat err)"; }
 expect_out() { grep -qF -- "$1" out || fail "stdout lacks '$1': $(cat out)"; }
+# refused INPUT MESSAGE: converting INPUT over scan.lxs fails with MESSAGE
+# and leaves scan.lxs as it was.
+refused() {
+  run 1 convert "$1" -o scan.lxs
+  expect_err "$2"
+  same scan.lxs scan.copy
+}
 # same FILE COPY: FILE is still byte for byte COPY.
 same() { cmp -s "$1" "$2" || fail "$1 changed"; }
 no_temporaries() {
@@ -96,48 +103,41 @@ bad_text)
   make_scan
   printf '1 2 3\n4 5 6\n7 eight 9\n' >malformed.txt
   cp malformed.txt malformed.copy
-  run 1 convert malformed.txt -o scan.lxs
-  expect_err "malformed.txt:3"
-  same scan.lxs scan.copy
+  refused malformed.txt "malformed.txt:3"
   same malformed.txt malformed.copy
   : >empty.txt
-  run 1 convert empty.txt -o scan.lxs
-  expect_err "empty.txt"
-  same scan.lxs scan.copy
+  refused empty.txt "empty.txt"
   printf '1 2 3\nnan 5 6\n7 8 9\n' >nan.txt
-  run 1 convert nan.txt -o scan.lxs
-  expect_err "nan.txt:2"
-  same scan.lxs scan.copy
-  run 0 convert nan.txt -o skipped.lxs --skip-invalid
-  expect_out "1 invalid skipped"
+  refused nan.txt "nan.txt:2"
   printf '1 2 3\n4 5 inf\n' >inf.txt
-  run 1 convert inf.txt -o scan.lxs
-  expect_err "inf.txt:2"
-  # A byte order mark is skipped; CRLF lines read like LF lines.
-  printf '\xef\xbb\xbf1 2 3\r\n4 5 6\r\n' >bom.txt
-  run 0 convert bom.txt -o bom.lxs
-  expect_out "2 points"
+  refused inf.txt "inf.txt:2"
+  # CRLF lines read like LF lines.
   printf '1 2 3\r\n4 5 6\r\n7 8 9\r\n' >crlf.txt
   run 0 convert crlf.txt -o crlf.lxs
   expect_out "3 points"
   no_temporaries
   ;;
 
+text_skip_bom)
+  # Invalid points skipped and counted; a byte order mark skipped.
+  printf '1 2 3\nnan 5 6\n7 8 9\n' >nan.txt
+  run 0 convert nan.txt -o skipped.lxs --skip-invalid
+  expect_out "1 invalid skipped"
+  printf '\xef\xbb\xbf1 2 3\r\n4 5 6\r\n' >bom.txt
+  run 0 convert bom.txt -o bom.lxs
+  expect_out "2 points"
+  ;;
+
 bad_ply)
   make_scan
   printf 'ply\nformat ascii 1.0\nelement vertex 5\nproperty float x\nproperty float y\nproperty float z\nend_header\n1 2 3\n4 5 6\n' >short.ply
-  run 1 convert short.ply -o scan.lxs
-  expect_err "short.ply:9: the file ends after 2 of the 5 vertices"
+  refused short.ply "short.ply:9: the file ends after 2 of the 5 vertices"
   printf 'ply\nformat binary_middle_endian 1.0\nelement vertex 1\nproperty float x\nend_header\n' >format.ply
-  run 1 convert format.ply -o scan.lxs
-  expect_err "format.ply:2: unknown PLY format"
+  refused format.ply "format.ply:2: unknown PLY format"
   printf 'ply\nformat binary_little_endian 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\nend_header\n0123456789ab01234' >cut.ply
-  run 1 convert cut.ply -o scan.lxs
-  expect_err "cut.ply: byte 132: the file ends inside vertex 1 of the 3"
+  refused cut.ply "cut.ply: byte 132: the file ends inside vertex 1 of the 3"
   printf 'ply\nformat ascii 1.0\nelement vertex 1\nproperty list uchar float x\nend_header\n' >list.ply
-  run 1 convert list.ply -o scan.lxs
-  expect_err "list.ply:4: a list property ('x') in the vertex element"
-  same scan.lxs scan.copy
+  refused list.ply "list.ply:4: a list property ('x') in the vertex element"
   no_temporaries
   ;;
 
@@ -147,7 +147,7 @@ outputs)
   cp in.txt in.copy
   # The same file under two spellings, as input and output or twice as output.
   run 1 convert in.txt -o ./in.txt
-  expect_err "the output is the input"
+  expect_err "is the input in.txt; refusing to overwrite it"
   same in.txt in.copy
   ln in.txt hard.txt
   run 1 convert in.txt -o hard.txt
@@ -216,13 +216,16 @@ full_disk)
 interrupt)
   for signal in INT TERM HUP; do
     rm -f out.lxs
-    "$LXSCAN" -q demo --points 4000000 -o out.lxs &
+    # A background job of a script starts with SIGINT ignored: restore it.
+    env --default-signal=INT,TERM,HUP "$LXSCAN" -q demo --points 4000000 -o out.lxs &
     pid=$!
     # Wait for the temporary to appear, then interrupt the write.
+    seen=
     for _ in $(seq 1 3000); do
-      [ -n "$(find . -maxdepth 1 -name '.out.lxs.??????')" ] && break
+      [ -n "$(find . -maxdepth 1 -name '.out.lxs.??????')" ] && seen=1 && break
       sleep 0.01
     done
+    [ -n "$seen" ] || fail "SIG$signal: the temporary never appeared"
     kill -s $signal $pid
     wait $pid
     status=$?
