@@ -62,38 +62,74 @@ lxmath::Frame Pose() {
     return frame;
 }
 
-void BM_FramePropagatePoint(benchmark::State& state) {
-    const lxmath::Frame frame = Pose();
-    const std::vector<Point> points = RandomPoints(kStreamPoints, 100.0);
-    std::vector<lxmath::Vec3<double>> in(kStreamPoints), out(kStreamPoints);
-    for (std::size_t i = 0; i < kStreamPoints; ++i) {
-        in[i] = lxmath::Vec3<double>(points[i].x, points[i].y, points[i].z);
+// Points as interleaved x y z doubles.
+std::vector<double> Coordinates(std::size_t n) {
+    const std::vector<Point> points = RandomPoints(n, 100.0);
+    std::vector<double> xyz(3 * n);
+    for (std::size_t i = 0; i < n; ++i) {
+        xyz[3 * i] = points[i].x;
+        xyz[3 * i + 1] = points[i].y;
+        xyz[3 * i + 2] = points[i].z;
     }
+    return xyz;
+}
+
+// The per-point mapping in a loop over n points (state.range(0)), mapped again each iteration.
+void BM_FramePropagatePoint(benchmark::State& state) {
+    const std::size_t n = static_cast<std::size_t>(state.range(0));
+    const lxmath::Frame frame = Pose();
+    const std::vector<double> in = Coordinates(n);
+    std::vector<double> out(3 * n);
     for (auto _ : state) {
-        for (std::size_t i = 0; i < kStreamPoints; ++i) out[i] = frame.PropagatePoint(in[i]);
+        for (std::size_t i = 0; i < n; ++i) {
+            const lxmath::Vec3<double> q =
+                frame.PropagatePoint(lxmath::Vec3<double>(in[3 * i], in[3 * i + 1], in[3 * i + 2]));
+            out[3 * i] = q[0];
+            out[3 * i + 1] = q[1];
+            out[3 * i + 2] = q[2];
+        }
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
     }
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kStreamPoints));
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * n));
 }
 
+// An array form over n points (state.range(0)).
+template <void (lxmath::Frame::*Map)(const double*, double*, std::size_t) const>
+void BM_FrameArray(benchmark::State& state) {
+    const std::size_t n = static_cast<std::size_t>(state.range(0));
+    const lxmath::Frame frame = Pose();
+    const std::vector<double> in = Coordinates(n);
+    std::vector<double> out(3 * n);
+    for (auto _ : state) {
+        (frame.*Map)(in.data(), out.data(), n);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * n));
+}
+void BM_FramePropagatePoints(benchmark::State& state) { BM_FrameArray<&lxmath::Frame::PropagatePoints>(state); }
+void BM_FrameBackPropagatePoints(benchmark::State& state) {
+    BM_FrameArray<&lxmath::Frame::BackPropagatePoints>(state);
+}
+
+// The same points through Eigen's Isometry3d, one Vector3d at a time.
 void BM_EigenIsometryPoint(benchmark::State& state) {
+    const std::size_t n = static_cast<std::size_t>(state.range(0));
     const lxmath::Frame frame = Pose();
     Eigen::Isometry3d pose = Eigen::Isometry3d::Identity();
     for (int r = 0; r < 3; ++r) {
         for (int c = 0; c < 4; ++c) pose.matrix()(r, c) = frame(r, c);
     }
-    const std::vector<Point> points = RandomPoints(kStreamPoints, 100.0);
-    std::vector<Eigen::Vector3d> in(kStreamPoints), out(kStreamPoints);
-    for (std::size_t i = 0; i < kStreamPoints; ++i) {
-        in[i] = Eigen::Vector3d(points[i].x, points[i].y, points[i].z);
-    }
+    const std::vector<double> xyz = Coordinates(n);
+    std::vector<Eigen::Vector3d> in(n), out(n);
+    for (std::size_t i = 0; i < n; ++i) in[i] = Eigen::Vector3d(xyz[3 * i], xyz[3 * i + 1], xyz[3 * i + 2]);
     for (auto _ : state) {
-        for (std::size_t i = 0; i < kStreamPoints; ++i) out[i] = pose * in[i];
+        for (std::size_t i = 0; i < n; ++i) out[i] = pose * in[i];
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
     }
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kStreamPoints));
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * n));
 }
 
 template <typename Target>
@@ -127,8 +163,11 @@ void BM_PolarToCartesian(benchmark::State& state) {
 
 BENCHMARK(BM_SortZOrder)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SortLexicographic)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_FramePropagatePoint)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_EigenIsometryPoint)->Unit(benchmark::kMillisecond);
+// 100 k points stay in the caches (arithmetic decides); 10 M do not (memory decides).
+BENCHMARK(BM_FramePropagatePoint)->Arg(1000)->Arg(20000)->Arg(100000)->Arg(kStreamPoints)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_FramePropagatePoints)->Arg(1000)->Arg(20000)->Arg(100000)->Arg(kStreamPoints)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_FrameBackPropagatePoints)->Arg(1000)->Arg(20000)->Arg(100000)->Arg(kStreamPoints)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_EigenIsometryPoint)->Arg(1000)->Arg(20000)->Arg(100000)->Arg(kStreamPoints)->Unit(benchmark::kMicrosecond);
 BENCHMARK_TEMPLATE(BM_CartesianToPolar, double)->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(BM_CartesianToPolar, float)->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(BM_PolarToCartesian, double)->Unit(benchmark::kMillisecond);

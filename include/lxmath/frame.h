@@ -1,6 +1,8 @@
 #ifndef LXMATH_FRAME_H
 #define LXMATH_FRAME_H
 
+#include <cstddef>
+
 #include "lxbase/export.h"
 #include "lxbase/records.h"
 #include "lxmath/matrix.h"
@@ -8,16 +10,32 @@
 namespace lxmath {
 namespace detail {
 
-// Returns v unchanged, but opaque to the optimiser. The frame's results are
-// defined to the last bit by their order of operations; the point mappings
-// below are inline and so compiled with the caller's flags, which may allow
-// fusing a product into a multiply-add (-ffp-contract) or regrouping a sum
-// (-ffast-math). Passing every intermediate through here rules out both,
-// without costing an instruction.
+// The frame's results are defined to the last bit by their order of
+// operations, and the point mappings below are inline, so compiled with the
+// caller's flags, which may allow fusing a product into a multiply-add
+// (-ffp-contract) or regrouping a sum (-ffast-math). Each step is therefore
+// one instruction the optimiser cannot see into. Its operands also keep their
+// order: where both are NaN, x86 returns the first one, so a compiler free to
+// swap them would make the sign and payload of a NaN result depend on register
+// allocation. The array forms (src/geometry/frame_points.cpp) take the
+// operands in the same order.
+#if defined(__x86_64__) && defined(__AVX__)
+#define LXMATH_DETAIL_STEP(name, op)                                      \
+    inline double name(double a, double b) {                              \
+        double r;                                                         \
+        __asm__("v" op "sd %2, %1, %0" : "=x"(r) : "x"(a), "x"(b));       \
+        return r;                                                         \
+    }
+#elif defined(__x86_64__)
+#define LXMATH_DETAIL_STEP(name, op)                                      \
+    inline double name(double a, double b) {                              \
+        __asm__(op "sd %1, %0" : "+x"(a) : "x"(b));                       \
+        return a;                                                         \
+    }
+#else
+// Returns v unchanged, but opaque to the optimiser.
 inline double Pinned(double v) {
-#if defined(__x86_64__)
-    __asm__("" : "+x"(v));
-#elif defined(__aarch64__)
+#if defined(__aarch64__)
     __asm__("" : "+w"(v));
 #else
     volatile double memory = v;
@@ -25,11 +43,24 @@ inline double Pinned(double v) {
 #endif
     return v;
 }
+#define LXMATH_DETAIL_STEP(name, op) \
+    inline double name(double a, double b) { return Pinned(Pinned(a) op Pinned(b)); }
+#endif
+#if defined(__x86_64__)
+LXMATH_DETAIL_STEP(Mul, "mul")
+LXMATH_DETAIL_STEP(Add, "add")
+LXMATH_DETAIL_STEP(Sub, "sub")
+#else
+LXMATH_DETAIL_STEP(Mul, *)
+LXMATH_DETAIL_STEP(Add, +)
+LXMATH_DETAIL_STEP(Sub, -)
+#endif
+#undef LXMATH_DETAIL_STEP
 
 // The one summation order of every product of the frame: the three terms in
 // the order of the summation index, left to right.
 inline double Sum3(double a0, double b0, double a1, double b1, double a2, double b2) {
-    return Pinned(Pinned(Pinned(a0 * b0) + Pinned(a1 * b1)) + Pinned(a2 * b2));
+    return Add(Add(Mul(a0, b0), Mul(a1, b1)), Mul(a2, b2));
 }
 
 }  // namespace detail
@@ -97,8 +128,8 @@ public:
 
     /// R p + o: local point to parent coordinates.
     Vec3<double> PropagatePoint(const Vec3<double>& p) const {
-        return Vec3<double>(detail::Pinned(RowTimes(0, p)) + m_m[3], detail::Pinned(RowTimes(1, p)) + m_m[7],
-                            detail::Pinned(RowTimes(2, p)) + m_m[11]);
+        return Vec3<double>(detail::Add(RowTimes(0, p), m_m[3]), detail::Add(RowTimes(1, p), m_m[7]),
+                            detail::Add(RowTimes(2, p), m_m[11]));
     }
     /// R v.
     Vec3<double> PropagateVector(const Vec3<double>& v) const {
@@ -106,13 +137,20 @@ public:
     }
     /// R^T (p - o): parent point to local coordinates.
     Vec3<double> BackPropagatePoint(const Vec3<double>& p) const {
-        return BackPropagateVector(Vec3<double>(detail::Pinned(p[0] - m_m[3]), detail::Pinned(p[1] - m_m[7]),
-                                                detail::Pinned(p[2] - m_m[11])));
+        return BackPropagateVector(Vec3<double>(detail::Sub(p[0], m_m[3]), detail::Sub(p[1], m_m[7]),
+                                                detail::Sub(p[2], m_m[11])));
     }
     /// R^T v.
     Vec3<double> BackPropagateVector(const Vec3<double>& v) const {
         return Vec3<double>(ColumnTimes(0, v), ColumnTimes(1, v), ColumnTimes(2, v));
     }
+    /// The array forms of PropagatePoint and BackPropagatePoint: n points as
+    /// interleaved x y z at xyz (any 8-byte alignment), results to out, which
+    /// may be xyz itself but must not overlap it otherwise. Every result equals
+    /// the per-point mapping's bit for bit, NaN and infinities included.
+    void PropagatePoints(const double* xyz, double* out, std::size_t n) const;
+    /// See PropagatePoints.
+    void BackPropagatePoints(const double* xyz, double* out, std::size_t n) const;
     /// f given in this frame's local system, expressed in the parent.
     Frame PropagateFrame(const Frame& f) const;
     /// f given in the parent, expressed in this frame's local system.
