@@ -12,13 +12,13 @@
 
 namespace {
 
-using Point = lxbase::tBaseXYZPoint<float>;
+using lxbase::XYZf;
 
 constexpr std::size_t kNormals = 10000000;
 
-const std::vector<Point>& UnitVectors() {
-    static const std::vector<Point> normals = [] {
-        std::vector<Point> result;
+const std::vector<XYZf>& UnitVectors() {
+    static const std::vector<XYZf> normals = [] {
+        std::vector<XYZf> result;
         result.reserve(kNormals);
         std::mt19937 random(2024);
         std::normal_distribution<double> gauss;
@@ -39,7 +39,7 @@ void SetItems(benchmark::State& state) {
 }
 
 void BM_SetNormal(benchmark::State& state) {
-    const std::vector<Point>& normals = UnitVectors();
+    const std::vector<XYZf>& normals = UnitVectors();
     std::vector<lxbase::HNormalRGB> records(kNormals);
     for (auto _ : state) {
         for (std::size_t i = 0; i < kNormals; ++i) records[i].SetNormal(normals[i]);
@@ -50,7 +50,7 @@ void BM_SetNormal(benchmark::State& state) {
 BENCHMARK(BM_SetNormal)->Unit(benchmark::kMillisecond);
 
 void BM_SetNormalStepwiseAtanf(benchmark::State& state) {
-    const std::vector<Point>& normals = UnitVectors();
+    const std::vector<XYZf>& normals = UnitVectors();
     std::vector<lxbase::HNormalRGB> records(kNormals);
     for (auto _ : state) {
         for (std::size_t i = 0; i < kNormals; ++i)
@@ -62,13 +62,13 @@ void BM_SetNormalStepwiseAtanf(benchmark::State& state) {
 BENCHMARK(BM_SetNormalStepwiseAtanf)->Unit(benchmark::kMillisecond);
 
 void BM_GetNormal(benchmark::State& state) {
-    const std::vector<Point>& normals = UnitVectors();
+    const std::vector<XYZf>& normals = UnitVectors();
     std::vector<lxbase::HNormalRGB> records(kNormals);
     for (std::size_t i = 0; i < kNormals; ++i) records[i].SetNormal(normals[i]);
     for (auto _ : state) {
         float sum = 0;
         for (const lxbase::HNormalRGB& record : records) {
-            const Point n = record.GetNormal();
+            const XYZf n = record.GetNormal();
             sum += n.x + n.y + n.z;
         }
         benchmark::DoNotOptimize(sum);
