@@ -221,7 +221,7 @@ interrupt)
     pid=$!
     # Wait for the temporary to appear, then interrupt the write.
     seen=
-    for _ in $(seq 1 3000); do
+    for _ in $(seq 1 20000); do  # up to 200 s: sanitizer builds are slow
       [ -n "$(find . -maxdepth 1 -name '.out.lxs.??????')" ] && seen=1 && break
       sleep 0.01
     done

@@ -49,6 +49,9 @@ public:
     PlyFormat Format() const;
     // Vertices the header announces.
     std::uint64_t Count() const;
+    // At most as many vertices as the rest of the file can hold (the count,
+    // when the size is unknown): what a caller may reserve room for.
+    std::uint64_t CountBound() const;
     bool HasColour() const;
     bool HasIntensity() const;
     bool HasNormals() const;

@@ -8,6 +8,9 @@
 
 #include <lxscan/ply.h>
 
+#include "pipeline.h"
+#include "writer_internal.h"
+
 namespace lxscan {
 
 namespace {
@@ -68,6 +71,8 @@ private:
 void AddPlyInput(const std::string& path, const ConvertOptions& options, ScanWriter& writer, InputSummary& summary) {
     PlyReader reader(path, PlyReadOptions{options.skipInvalid});
     const bool colour = reader.HasColour(), intensity = reader.HasIntensity(), normals = reader.HasNormals();
+    // Room for all vertices at once: no growth, no copies of the points.
+    Internals(writer).Reserve(writer.Count() + reader.CountBound());
     Block blocks[2];
     Exchange exchange;
     std::exception_ptr failure;
@@ -88,13 +93,49 @@ void AddPlyInput(const std::string& path, const ConvertOptions& options, ScanWri
             exchange.Stop();
         }
     });
+    // Each block is packed in two halves at once, one on a thread of its own,
+    // each by its own Packer (which keeps the last normal it coded), and
+    // appended in order.
+    ScanWriter::Impl& impl = Internals(writer);
+    const bool twoPackers = options.threads != 1;
+    Packer packers[2] = {impl.MakePacker(), impl.MakePacker()};
+    BigArray<ScanPoint> batch(kBlock);
+    const auto pack = [&](const Block& b, int k, std::size_t from, std::size_t to, PackStats& stats) {
+        for (std::size_t i = from; i < to; ++i) {
+            const LocalRecord record = ToRecord(&b.xyz[3 * i], colour ? &b.rgb[3 * i] : nullptr,
+                                                intensity ? b.intensity[i] : 0, normals ? &b.normals[3 * i] : nullptr);
+            try {
+                packers[k].Pack(record, batch[i], stats);
+            } catch (const ScanError& error) {
+                throw ScanError(path + ": vertex " + std::to_string(summary.points + i) + ": " + error.what());
+            }
+        }
+    };
     try {
         for (int i = 0;; i ^= 1) {
             if (!exchange.WaitFull(i)) break;  // stopped by a failure
             const Block& b = blocks[i];
             if (b.count == 0) break;
-            writer.Add(b.count, b.xyz.data(), colour ? b.rgb.data() : nullptr, intensity ? b.intensity.data() : nullptr,
-                       normals ? b.normals.data() : nullptr);
+            const std::size_t half = twoPackers ? b.count / 2 : b.count;
+            PackStats stats[2];
+            std::exception_ptr second;
+            std::thread other([&] {
+                try {
+                    pack(b, 1, half, b.count, stats[1]);
+                } catch (...) {
+                    second = std::current_exception();
+                }
+            });
+            try {
+                pack(b, 0, 0, half, stats[0]);
+            } catch (...) {
+                other.join();
+                throw;
+            }
+            other.join();
+            if (second) std::rethrow_exception(second);
+            impl.Append(batch.data(), half, stats[0], colour);
+            impl.Append(batch.data() + half, b.count - half, stats[1], colour);
             summary.points += b.count;
             if (options.progress) options.progress("reading", b.fraction);
             exchange.Set(i, false);

@@ -422,6 +422,17 @@ PlyReader::~PlyReader() = default;
 const std::string& PlyReader::Path() const { return impl_->path; }
 PlyFormat PlyReader::Format() const { return impl_->header.format; }
 std::uint64_t PlyReader::Count() const { return impl_->Vertex().count; }
+std::uint64_t PlyReader::CountBound() const {
+    const Impl& impl = *impl_;
+    const std::uint64_t count = impl.Vertex().count;
+    if (!impl.input.Regular()) return count;
+    // A binary vertex takes its record, an ascii one a digit and a separator
+    // for each property.
+    const std::uint64_t bytes = impl.input.FileSize() > impl.header.dataStart ? impl.input.FileSize() - impl.header.dataStart : 0;
+    const std::uint64_t perVertex =
+        impl.Binary() ? impl.Vertex().RecordSize() : 2 * std::max<std::size_t>(1, impl.Vertex().properties.size());
+    return std::min(count, bytes / std::max<std::uint64_t>(1, perVertex));
+}
 bool PlyReader::HasColour() const { return impl_->header.present[ply::kRed]; }
 bool PlyReader::HasIntensity() const { return impl_->header.present[ply::kIntensity]; }
 bool PlyReader::HasNormals() const { return impl_->header.present[ply::kNx]; }

@@ -1,5 +1,6 @@
 #include <lxscan/scan_writer.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <limits>
@@ -56,8 +57,6 @@ ScanWriter::~ScanWriter() = default;
 
 ScanWriter::Impl& Internals(ScanWriter& writer) { return *writer.impl_; }
 
-namespace {
-
 LocalRecord ToRecord(const double* xyz, const std::uint8_t* rgb, std::uint8_t intensity, const float* normal) {
     LocalRecord record;
     record.position = lxbase::tBaseXYZPoint<double>(xyz[0], xyz[1], xyz[2]);
@@ -75,15 +74,16 @@ LocalRecord ToRecord(const double* xyz, const std::uint8_t* rgb, std::uint8_t in
     return record;
 }
 
-}  // namespace
-
 void ScanWriter::Add(const PointInput& point) {
     impl_->AddRecord(ToRecord(point.xyz, point.hasColour ? point.rgb : nullptr, point.intensity, point.normal));
 }
 
 void ScanWriter::Add(std::size_t n, const double* xyz, const std::uint8_t* rgb, const std::uint8_t* intensity,
                      const float* normals) {
-    impl_->Reserve(impl_->points.size() + static_cast<std::uint64_t>(n));
+    // Growth by half at least, so that many small arrays cost no quadratic copying.
+    const std::uint64_t needed = impl_->points.size() + static_cast<std::uint64_t>(n);
+    if (needed > impl_->points.capacity())
+        impl_->Reserve(std::max<std::uint64_t>(needed, impl_->points.capacity() + impl_->points.capacity() / 2));
     for (std::size_t i = 0; i < n; ++i) {
         try {
             impl_->AddRecord(ToRecord(xyz + 3 * i, rgb != nullptr ? rgb + 3 * i : nullptr,

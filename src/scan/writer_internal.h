@@ -46,6 +46,10 @@ struct ScanWriter::Impl {
 
 ScanWriter::Impl& Internals(ScanWriter& writer);
 
+// One point of the array form of ScanWriter::Add as a record for a Packer
+// (null rgb or normal: none; a normal of 0 0 0 is none too).
+LocalRecord ToRecord(const double* xyz, const std::uint8_t* rgb, std::uint8_t intensity, const float* normal);
+
 // The stages after reading, shared by the converters: sort, write, and
 // compare the file with the points when verify is set. Fills in result's
 // header, counts and stage times; reading began at start.
