@@ -26,9 +26,10 @@ struct Box {
     double max[3] = {0, 0, 0};
 };
 
-// Called now and then during long stages with the stage's name ("reading",
-// "sorting", "writing", "verifying") and the fraction done, 0..1. It runs on
-// the calling thread; an exception it throws ends the operation.
+// Called at most ten times a second during a stage with the stage's name
+// ("reading", "sorting", "writing", "verifying") and the fraction done, 0..1,
+// and with fraction 1 when the stage ends. It runs on the calling thread; an
+// exception it throws ends the operation.
 using ProgressCallback = std::function<void(const char* stage, double fraction)>;
 
 // Columns of a point text file.

@@ -34,9 +34,9 @@ private:
     locale_t handle_;
 };
 
-// The calendar fields of the time as the C library formats them. The file-time
-// round trip of the original platform gives back these same wall-clock fields,
-// so they are taken directly; a year before 1601 needs no special case here.
+// The calendar fields of the time as the C library formats them: the
+// wall-clock fields of the value itself, with no time-zone shift, for every
+// year the value can hold (a year before 1601 included).
 std::tm CalendarFields(const boost::posix_time::ptime& time) {
     const boost::gregorian::date day = time.date();
     const boost::gregorian::date::ymd_type ymd = day.year_month_day();

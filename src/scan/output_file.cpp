@@ -33,8 +33,6 @@ void AtomicOutput::SeekTo(std::uint64_t position) {
     rewriteAt_ = position;
 }
 
-void AtomicOutput::SeekToEnd() { rewriting_ = false; }
-
 ssize_t AtomicOutput::StdioWrite(void* cookie, const char* bytes, std::size_t count) {
     AtomicOutput& out = *static_cast<AtomicOutput*>(cookie);
     try {

@@ -28,9 +28,9 @@ public:
     void Write(const void* bytes, std::uint64_t count);
     // Writes a header block (IOHeader::Write) at the current position.
     void WriteHeader(lxbase::IOHeader& header);
-    // Moves to a byte already written (only when Seekable()), or back to the end.
+    // Moves to a byte already written (only when Seekable()); what follows
+    // overwrites the bytes from there on.
     void SeekTo(std::uint64_t position);
-    void SeekToEnd();
     // Whether written bytes can be rewritten: false for a device, a FIFO or
     // standard output, which are written straight to.
     bool Seekable() const { return file_.Seekable(); }

@@ -1,5 +1,6 @@
-// Progress of a long stage, handed to the caller's callback at most ten
-// times a second, and at the end of a stage that reported anything.
+// Progress of a stage, handed to the caller's callback at most ten times a
+// second while it runs, and once more (fraction 1) when it ends, so every
+// stage that runs to its end reports at least once whatever its length.
 #ifndef LXSCAN_SRC_PROGRESS_H
 #define LXSCAN_SRC_PROGRESS_H
 
@@ -20,21 +21,18 @@ public:
         const Clock::time_point now = Clock::now();
         if (now - last_ < std::chrono::milliseconds(100)) return;
         last_ = now;
-        shown_ = true;
         callback_(stage_, fraction);
     }
 
     // Not in the destructor: the callback may throw.
     void Finish() {
-        if (shown_) callback_(stage_, 1.0);
-        shown_ = false;
+        if (callback_) callback_(stage_, 1.0);
     }
 
 private:
     const char* stage_;
     const ProgressCallback& callback_;
     Clock::time_point last_;
-    bool shown_ = false;
 };
 
 }  // namespace lxscan
