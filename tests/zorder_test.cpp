@@ -255,6 +255,19 @@ TEST(ZOrderSort, StridedFormReadsPointsInsideRecords) {
     for (const auto& p : cloud) records.push_back({p, -1.0});
     EXPECT_EQ(lxbase::ZOrderPermutation(&records[0].position, records.size(), sizeof(Record)),
               lxbase::ZOrderPermutation(cloud.data(), cloud.size()));
+    // The 32-bit form gives the same order into the caller's array, float too.
+    std::vector<std::uint32_t> narrow(records.size() + 1, 0xDEADBEEFu);
+    lxbase::ZOrderPermutation(&records[0].position, records.size(), sizeof(Record), narrow.data());
+    EXPECT_EQ(std::vector<std::size_t>(narrow.begin(), narrow.end() - 1),
+              lxbase::ZOrderPermutation(cloud.data(), cloud.size()));
+    EXPECT_EQ(narrow.back(), 0xDEADBEEFu) << "wrote past n";
+    Cloud<float> floats;
+    for (const auto& p : cloud)
+        floats.emplace_back(static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z));
+    lxbase::ZOrderPermutation(floats.data(), floats.size(), sizeof floats[0], narrow.data());
+    EXPECT_EQ(std::vector<std::size_t>(narrow.begin(), narrow.end() - 1),
+              lxbase::ZOrderPermutation(floats.data(), floats.size()));
+    EXPECT_THROW(lxbase::ZOrderPermutation(&records[0].position, 3, sizeof(Record), nullptr), std::invalid_argument);
     EXPECT_THROW(lxbase::ZOrderPermutation(&records[0].position, records.size(), 16), std::invalid_argument);
     EXPECT_THROW(lxbase::ZOrderPermutation(&records[0].position, records.size(), 33), std::invalid_argument);
     EXPECT_THROW(lxbase::ZOrderPermutation(static_cast<const tBaseXYZPoint<double>*>(nullptr), 3),

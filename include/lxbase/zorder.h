@@ -22,6 +22,7 @@
 // Working memory: at most 16 bytes a point beyond the input and the result.
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "lxbase/export.h"
@@ -50,6 +51,16 @@ LXBASE_API std::vector<std::size_t> ZOrderPermutation(const tBaseXYZPoint<double
 /// The strided permutation of float points, like the double form.
 LXBASE_API std::vector<std::size_t> ZOrderPermutation(const tBaseXYZPoint<float>* first, std::size_t n,
                                                       std::size_t strideBytes);
+/// The strided permutation written as 32-bit indices into order[0, n), for
+/// large clouds where the result's memory counts (4 bytes a point instead of
+/// 8): order[i] is the index of the i-th point in Z-order. Throws
+/// std::invalid_argument as the strided form does (also for a null order
+/// with points), and std::length_error if n is 2^32 - 1 or more.
+LXBASE_API void ZOrderPermutation(const tBaseXYZPoint<double>* first, std::size_t n, std::size_t strideBytes,
+                                  std::uint32_t* order);
+/// The 32-bit permutation of float points, like the double form.
+LXBASE_API void ZOrderPermutation(const tBaseXYZPoint<float>* first, std::size_t n, std::size_t strideBytes,
+                                  std::uint32_t* order);
 
 }  // namespace lxbase
 

@@ -273,11 +273,26 @@ void ZOrder(const Cloud<T>& cloud, Index* order) {
 }
 
 template <typename T>
-std::vector<std::size_t> Permutation(const void* first, std::size_t n, std::size_t stride) {
+Cloud<T> CheckedCloud(const void* first, std::size_t n, std::size_t stride) {
     if (n != 0 && first == nullptr) throw std::invalid_argument("ZOrderPermutation: no points");
     if (stride < 3 * sizeof(T) || stride % sizeof(T) != 0)
         throw std::invalid_argument("ZOrderPermutation: stride smaller than a point or not a multiple of its coordinates");
-    const Cloud<T> cloud(first, n, stride);
+    return Cloud<T>(first, n, stride);
+}
+
+template <typename T>
+void Permutation32(const void* first, std::size_t n, std::size_t stride, std::uint32_t* order) {
+    const Cloud<T> cloud = CheckedCloud<T>(first, n, stride);
+    // The 32-bit sort's counters reach n, so n itself must fit.
+    if (n >= UINT32_MAX)
+        throw std::length_error("ZOrderPermutation: more points than 32-bit indices can name");
+    if (n != 0 && order == nullptr) throw std::invalid_argument("ZOrderPermutation: no room for the order");
+    ZOrder(cloud, order);
+}
+
+template <typename T>
+std::vector<std::size_t> Permutation(const void* first, std::size_t n, std::size_t stride) {
+    const Cloud<T> cloud = CheckedCloud<T>(first, n, stride);
     if (n >= UINT32_MAX) {
         std::vector<std::size_t> order(n);
         ZOrder(cloud, order.data());
@@ -371,6 +386,16 @@ std::vector<std::size_t> ZOrderPermutation(const tBaseXYZPoint<double>* first, s
 std::vector<std::size_t> ZOrderPermutation(const tBaseXYZPoint<float>* first, std::size_t n,
                                            std::size_t strideBytes) {
     return zorder::Permutation<float>(first, n, strideBytes);
+}
+
+void ZOrderPermutation(const tBaseXYZPoint<double>* first, std::size_t n, std::size_t strideBytes,
+                       std::uint32_t* order) {
+    zorder::Permutation32<double>(first, n, strideBytes, order);
+}
+
+void ZOrderPermutation(const tBaseXYZPoint<float>* first, std::size_t n, std::size_t strideBytes,
+                       std::uint32_t* order) {
+    zorder::Permutation32<float>(first, n, strideBytes, order);
 }
 
 }  // namespace lxbase

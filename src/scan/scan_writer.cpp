@@ -107,7 +107,7 @@ void ScanWriter::Impl::Prepare() {
     }
     if (!sorted) {
         Progress shown("sorting", options.progress);
-        order = SortZOrder(points, sortStats, &shown);
+        order = SortZOrder(points);
         shown.Finish();
         sorted = true;
     }

@@ -40,7 +40,6 @@ struct ScanWriter::Impl {
     bool colouredByHeight = false;
     bool sorted = false;
     Order order;
-    SortStats sortStats;
     ScanHeader header;
 };
 
