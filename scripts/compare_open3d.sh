@@ -1,26 +1,29 @@
 #!/usr/bin/env bash
-# Times scan_roundtrip against Open3D on one text point file (x y z nx ny nz):
-#   scan_roundtrip: read the text, place, pack, Z-order sort, write the scan
-#                   file, read it back and check it bit for bit;
+# Times `lxscan convert` against Open3D on one text point file (x y z nx ny nz,
+# coordinates of both signs with 4 decimals, normals with 5 decimals):
+#   lxscan convert: parse the text (both cores), place, pack, Z-order sort,
+#                   write the scan file, read it back and compare it;
 #   Open3D:         read the text, write binary PLY, read it back.
-# Each side runs RUNS times, taking turns; the best time counts. Open3D's time leaves out
-# the import of the Python module (reported apart), so the ratio is the
-# smaller, fair one. Finally Open3D reads scan_roundtrip's own PLY output.
+# The sides take turns RUNS times; the best time of each counts. Open3D's time
+# leaves out the import of the Python module (reported apart), so the ratio is
+# the smaller, fair one. Stage times come from lxscan_convert_run (the same
+# lxscan::Convert), peak memory from /usr/bin/time when it is installed.
 #
-# Usage: scripts/compare_open3d.sh [PROGRAM]
-#   PROGRAM   the scan_roundtrip binary (default: build/default/examples/scan_roundtrip,
-#             what `cmake --preset default && cmake --build --preset default` makes)
-#   POINTS    points of the generated file (default: 5000000)
-#   RUNS      runs of each side (default: 3)
+# Usage: scripts/compare_open3d.sh [BUILD_DIR]
+#   BUILD_DIR  a build of lxbase (default: build/default)
+#   POINTS     points of the generated file (default: 5000000)
+#   RUNS       runs of each side (default: 3)
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
-program=${1:-${here}/../build/default/examples/scan_roundtrip}
+build=${1:-${here}/../build/default}
+lxscan=$build/tools/lxscan/lxscan
+stages=$build/bench/lxscan_convert_run
 points=${POINTS:-5000000}
 runs=${RUNS:-3}
 python=/usr/bin/python3  # Debian's interpreter, where python3-open3d lives
 
-[ -x "$program" ] || { echo "no scan_roundtrip at $program (build it, or pass its path)" >&2; exit 2; }
+[ -x "$lxscan" ] || { echo "no lxscan in $build (build the lxscan_tool target)" >&2; exit 2; }
 "$python" -c "import open3d" 2>/dev/null || { echo "$python cannot import open3d (apt install python3-open3d)" >&2; exit 2; }
 
 work=$(mktemp -d)
@@ -28,7 +31,7 @@ trap 'rm -rf "$work"' EXIT
 text="$work/points.xyzn"
 
 echo "generating $points points ..."
-"$program" -q --generate "$text" --format xyznormal --points "$points" > /dev/null
+"$python" "$here/open3d_roundtrip.py" generate "$text" "$points"
 size=$(stat -c %s "$text")
 
 now() { date +%s.%N; }
@@ -40,7 +43,7 @@ ours=()
 theirs=()
 for ((run = 1; run <= runs; run++)); do
     start=$(now)
-    "$program" -q "$text" -o "$work/scan.lxs" > "$work/ours.txt"
+    "$lxscan" convert -q "$text" -o "$work/scan.lxs"
     ours+=("$(calc "$(now) - $start")")
     line=$("$python" "$here/open3d_roundtrip.py" roundtrip "$text" "$work/open3d.ply")
     theirs+=("$(sed -E 's/.*work=([0-9.]+).*/\1/' <<< "$line")")
@@ -51,13 +54,18 @@ ours_best=$(best "${ours[@]}")
 theirs_best=$(best "${theirs[@]}")
 field() { sed -E "s/.*$1=([0-9.]+).*/\1/" <<< "$best_line"; }
 
-printf 'points          %d (text file %.0f MB)\n' "$points" "$(calc "$size / 1000000")"
-printf 'scan_roundtrip  %.3f s best of %d (%s)  %.2f M points/s\n' "$ours_best" "$runs" "${ours[*]}" \
+printf 'points          %d (text file %.0f MB), load %s\n' "$points" "$(calc "$size / 1000000")" \
+    "$(cut -d' ' -f1-3 /proc/loadavg)"
+printf 'lxscan convert  %.3f s best of %d (%s)  %.2f M points/s\n' "$ours_best" "$runs" "${ours[*]}" \
     "$(calc "$points / $ours_best / 1000000")"
 printf 'open3d          %.3f s best of %d (%s): read text %s, write PLY %s, read PLY %s; import %s s apart\n' \
     "$theirs_best" "$runs" "${theirs[*]}" "$(field read_text)" "$(field write_ply)" "$(field read_ply)" "$(field import)"
 printf 'ratio           %.2fx\n' "$(calc "$theirs_best / $ours_best")"
-grep -E '^ +(parse|z-order|write|read|total)' "$work/ours.txt" | sed 's/^/  last run: /'
-
-"$program" -q --points 100000 -o "$work/check.lxs" --ply "$work/ours.ply" > /dev/null
-echo "open3d reads scan_roundtrip's PLY: $("$python" "$here/open3d_roundtrip.py" count "$work/ours.ply")"
+[ -x "$stages" ] && echo "stages          $("$stages" "$work/stages.lxs" "$text")"
+if [ -x /usr/bin/time ]; then
+    /usr/bin/time -v "$lxscan" convert -q "$text" -o "$work/memory.lxs" 2> "$work/time.txt"
+    kb=$(sed -nE 's/.*Maximum resident set size \(kbytes\): ([0-9]+).*/\1/p' "$work/time.txt")
+    printf 'peak memory     %.0f MB, %.1f bytes a point\n' "$(calc "$kb / 1024")" "$(calc "$kb * 1024 / $points")"
+fi
+"$lxscan" export -q --ply "$work/scan.lxs" "$work/ours.ply"
+echo "open3d reads lxscan's PLY: $("$python" "$here/open3d_roundtrip.py" count "$work/ours.ply")"

@@ -22,10 +22,13 @@
 #include <algorithm>
 #include <cfloat>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 #include <utility>
 #include <vector>
+
+#include <sys/mman.h>
 
 #include "zorder.h"
 #include "zorder_key.h"
@@ -34,6 +37,48 @@
 namespace lxbase {
 namespace zorder {
 namespace {
+
+// An uninitialised array of n trivially copyable T for the sort's working
+// memory. Large ones are aligned to 2 MiB and asked to be backed by huge
+// pages: the sort reads and writes them at random, and with small pages
+// nearly every access would miss the address translation cache.
+template <typename T>
+class Buffer {
+public:
+    Buffer() = default;
+    explicit Buffer(std::size_t n) { Allocate(n); }
+    Buffer(const Buffer&) = delete;
+    Buffer& operator=(const Buffer&) = delete;
+    ~Buffer() { std::free(data_); }
+
+    void Allocate(std::size_t n) {
+        std::free(data_);
+        data_ = nullptr;
+        size_ = 0;
+        if (n == 0) return;
+        if (n > SIZE_MAX / sizeof(T)) throw std::bad_alloc();
+        const std::size_t bytes = n * sizeof(T);
+        constexpr std::size_t kHuge = std::size_t{1} << 21;
+        if (bytes >= 2 * kHuge) {
+            const std::size_t rounded = (bytes + kHuge - 1) & ~(kHuge - 1);
+            data_ = static_cast<T*>(std::aligned_alloc(kHuge, rounded));
+            if (data_ != nullptr) madvise(data_, rounded, MADV_HUGEPAGE);  // a hint; refusal is harmless
+        } else {
+            data_ = static_cast<T*>(std::malloc(bytes));
+        }
+        if (data_ == nullptr) throw std::bad_alloc();
+        size_ = n;
+    }
+    void Release() { Allocate(0); }
+
+    T* get() const { return data_; }
+    std::size_t size() const { return size_; }
+    T& operator[](std::size_t i) const { return data_[i]; }
+
+private:
+    T* data_ = nullptr;
+    std::size_t size_ = 0;
+};
 
 // The points as the sort reads them: n points `stride` bytes apart, each
 // three coordinates of type T (widened to double exactly).
@@ -82,85 +127,93 @@ struct IndexLess {
     }
 };
 
+// Keys are sorted by most-significant-digit radix passes. A range of keys
+// is split on the highest bit in which its keys differ, with up to
+// kDigitBits bits a pass; ranges of up to kCacheRange keys are copied into
+// a buffer that stays in cache and finished there.
 constexpr int kDigitBits = 11;
 constexpr std::size_t kBuckets = std::size_t{1} << kDigitBits;
-constexpr int kTopShift = 64 - kDigitBits;
-constexpr std::size_t kRadixLeaf = 64;
-
-// Sorts (keys, order)[0, n) by key, equal keys by index, by insertion.
-template <typename Index>
-void InsertionSortKeys(std::uint64_t* keys, Index* order, std::size_t n) {
-    for (std::size_t i = 1; i < n; ++i) {
-        const std::uint64_t key = keys[i];
-        const Index index = order[i];
-        std::size_t j = i;
-        for (; j > 0 && (key < keys[j - 1] || (key == keys[j - 1] && index < order[j - 1])); --j) {
-            keys[j] = keys[j - 1];
-            order[j] = order[j - 1];
-        }
-        keys[j] = key;
-        order[j] = index;
-    }
-}
-
-// Most-significant-digit radix sort in place (American flag sort) of
-// keys[0, n), moving order along; equal keys end up in index order. 11-bit
-// digits from `shift` down: each range is permuted into its buckets along
-// cycles, then every bucket by the next digit. It needs no second array.
-template <typename Index>
-void RadixSort(std::uint64_t* keys, Index* order, std::size_t n, int shift) {
-    Index count[kBuckets];
-    for (;;) {
-        if (n <= kRadixLeaf) {
-            InsertionSortKeys(keys, order, n);
-            return;
-        }
-        std::fill(count, count + kBuckets, Index{0});
-        for (std::size_t i = 0; i < n; ++i) ++count[(keys[i] >> shift) & (kBuckets - 1)];
-        if (count[(keys[0] >> shift) & (kBuckets - 1)] != n) break;
-        if (shift == 0) {  // all keys equal
-            std::sort(order, order + n);
-            return;
-        }
-        shift = std::max(shift - kDigitBits, 0);  // one bucket: go on with the next digit
-    }
-    Index next[kBuckets];
-    Index end[kBuckets];
-    Index offset = 0;
-    for (std::size_t b = 0; b < kBuckets; ++b) {
-        next[b] = offset;
-        offset += count[b];
-        end[b] = offset;
-    }
-    for (std::size_t b = 0; b < kBuckets; ++b) {
-        while (next[b] < end[b]) {
-            std::uint64_t key = keys[next[b]];
-            Index index = order[next[b]];
-            for (std::size_t d = (key >> shift) & (kBuckets - 1); d != b; d = (key >> shift) & (kBuckets - 1)) {
-                // Bucket d's cursor will be back: its next lines are fetched
-                // now, which no hardware prefetcher does for 2048 streams.
-                __builtin_prefetch(keys + next[d] + 16, 1);
-                __builtin_prefetch(order + next[d] + 32, 1);
-                std::swap(key, keys[next[d]]);
-                std::swap(index, order[next[d]]);
-                ++next[d];
-            }
-            keys[next[b]] = key;
-            order[next[b]] = index;
-            ++next[b];
-        }
-    }
-    const int lower = std::max(shift - kDigitBits, 0);
-    std::size_t begin = 0;
-    for (std::size_t b = 0; b < kBuckets; begin += count[b++]) {
-        if (count[b] > 1) RadixSort(keys + begin, order + begin, count[b], lower);
-    }
-}
+constexpr int kWideDigitBits = 18;
+constexpr std::size_t kCacheRange = std::size_t{1} << 15;
+constexpr std::size_t kInsertionRange = 16;
+// Counts within a cached range fit 16 bits, which keeps the recursion's
+// stack frames small.
+static_assert(kCacheRange <= UINT16_MAX, "cached ranges are counted in 16 bits");
 
 // Groups of regular points that share a key up to this size are ordered by
 // operator< directly; beyond this depth of keying within keys, too.
 constexpr std::size_t kSmallGroup = 16;
 constexpr int kMaxDepth = 48;
+
+// Digit position and width for keys whose differing bits are `mask` (not 0):
+// the digit starts at the highest differing bit and takes `wanted` differing
+// bits, reaching over bits that never differ (such as those of an axis of
+// small extent) up to maxBits wide.
+inline void ChooseDigit(std::uint64_t mask, int wanted, int maxBits, int& shift, int& bits) {
+    const int top = 63 - __builtin_clzll(mask);
+    bits = std::min(wanted, top + 1);
+    while (bits < maxBits && bits <= top && __builtin_popcountll(mask >> (top + 1 - bits)) < wanted) ++bits;
+    shift = top + 1 - bits;
+}
+
+// About log2(n) - less, within [4, most]: the differing bits a digit takes
+// to leave about 2^less keys in a bucket.
+inline int DigitFor(std::size_t n, int less, int most) {
+    const int log2 = 63 - __builtin_clzll(static_cast<std::uint64_t>(n) | 1);
+    return std::max(4, std::min(most, log2 - less));
+}
+
+// A key and the index of its point, as they are sorted in cache.
+template <typename Index>
+struct Entry {
+    std::uint64_t key;
+    Index index;
+};
+
+// Stable insertion sort of entries by key; equal keys keep their order.
+template <typename Index>
+void InsertionSortEntries(Entry<Index>* entries, std::size_t n) {
+    for (std::size_t i = 1; i < n; ++i) {
+        const Entry<Index> e = entries[i];
+        std::size_t j = i;
+        for (; j > 0 && e.key < entries[j - 1].key; --j) entries[j] = entries[j - 1];
+        entries[j] = e;
+    }
+}
+
+// Stable radix sort of entries[0, n) by key, most significant digit first,
+// through the same-sized buffer `other`. One counting pass on the highest
+// differing digit puts the keys into buckets; the few large buckets are
+// sorted on their own, and one insertion pass then orders the many small
+// ones, whose keys can only be out of order within their bucket.
+template <typename Index>
+void RadixSortEntries(Entry<Index>* entries, Entry<Index>* other, std::size_t n) {
+    std::uint64_t mask = 0;
+    for (std::size_t i = 1; i < n; ++i) mask |= entries[i].key ^ entries[0].key;
+    if (mask == 0) return;
+    if (n <= kInsertionRange) {
+        InsertionSortEntries(entries, n);
+        return;
+    }
+    int shift = 0;
+    int bits = 0;
+    ChooseDigit(mask, DigitFor(n, 1, kDigitBits), kDigitBits, shift, bits);
+    const std::size_t buckets = std::size_t{1} << bits;
+    const std::uint64_t digit = buckets - 1;
+    std::uint16_t count[kBuckets + 1];
+    std::fill(count, count + buckets + 1, std::uint16_t{0});
+    for (std::size_t i = 0; i < n; ++i) ++count[((entries[i].key >> shift) & digit) + 1];
+    for (std::size_t b = 1; b <= buckets; ++b) count[b] = static_cast<std::uint16_t>(count[b] + count[b - 1]);
+    std::uint16_t next[kBuckets];
+    std::copy(count, count + buckets, next);
+    for (std::size_t i = 0; i < n; ++i) other[next[(entries[i].key >> shift) & digit]++] = entries[i];
+    for (std::size_t b = 0; b < buckets; ++b) {
+        const std::size_t size = static_cast<std::size_t>(count[b + 1] - count[b]);
+        if (size > kInsertionRange) RadixSortEntries(other + count[b], entries + count[b], size);
+    }
+    InsertionSortEntries(other, n);
+    std::copy(other, other + n, entries);
+}
 
 template <typename T, typename Index>
 class Sorter {
@@ -176,66 +229,205 @@ public:
         // Pass one: axes with a single value, and the ranges to key in.
         double first[3];
         cloud_.Get(0, first);
-        bool constant[3] = {first[0] == first[0], first[1] == first[1], first[2] == first[2]};
-        KeyBox regularBox;  // finite non-zero values
-        KeyBox specialBox;  // finite values
+        bool differs[3] = {false, false, false};
+        double regularLow[3], regularHigh[3], specialLow[3], specialHigh[3];
+        for (int a = 0; a < 3; ++a) {
+            regularLow[a] = specialLow[a] = HUGE_VAL;
+            regularHigh[a] = specialHigh[a] = -HUGE_VAL;
+        }
         double v[3];
         for (std::size_t i = 0; i < n; ++i) {
             cloud_.Get(i, v);
+#pragma GCC unroll 3
             for (int a = 0; a < 3; ++a) {
-                constant[a] = constant[a] && v[a] == first[a];
-                if (std::fabs(v[a]) <= DBL_MAX) {
-                    specialBox.Add(a, v[a]);
-                    if (v[a] != 0) regularBox.Add(a, v[a]);
-                }
+                // Selections, not branches: signs and zeros come at random.
+                differs[a] = differs[a] | !(v[a] == first[a]);
+                const bool finite = std::fabs(v[a]) <= DBL_MAX;
+                const bool ordinary = finite & (v[a] != 0);
+                specialLow[a] = std::min(specialLow[a], finite ? v[a] : HUGE_VAL);
+                specialHigh[a] = std::max(specialHigh[a], finite ? v[a] : -HUGE_VAL);
+                regularLow[a] = std::min(regularLow[a], ordinary ? v[a] : HUGE_VAL);
+                regularHigh[a] = std::max(regularHigh[a], ordinary ? v[a] : -HUGE_VAL);
+            }
+        }
+        KeyBox regularBox;  // finite non-zero values
+        KeyBox specialBox;  // finite values
+        for (int a = 0; a < 3; ++a) {
+            if (regularLow[a] <= regularHigh[a]) {
+                regularBox.Add(a, regularLow[a]);
+                regularBox.Add(a, regularHigh[a]);
+            }
+            if (specialLow[a] <= specialHigh[a]) {
+                specialBox.Add(a, specialLow[a]);
+                specialBox.Add(a, specialHigh[a]);
             }
         }
 
-        // Pass two: keys, regular points to the front and special points to
-        // the back of the arrays.
-        std::unique_ptr<std::uint64_t[]> keys(new std::uint64_t[n]);
+        // Pass two: every point's key, stored by point index; regular points
+        // to the front of order and special points to the back, each in
+        // index order.
+        keys_.Allocate(n);
         const MortonKey regularKey(regularBox);
         const MortonKey specialKey(specialBox);
         std::size_t regular = 0;
-        std::size_t special = n;
-        for (std::size_t i = 0; i < n; ++i) {
-            cloud_.Get(i, v);
-            bool isSpecial = false;
-            for (int a = 0; a < 3; ++a) {
-                isSpecial = isSpecial || (!constant[a] && !(v[a] != 0 && std::fabs(v[a]) <= DBL_MAX));
-            }
-            if (!isSpecial) {
-                keys[regular] = regularKey(v);
-                order[regular++] = static_cast<Index>(i);
-            } else {
-                keys[--special] = specialKey(v);
-                order[special] = static_cast<Index>(i);
-            }
+        switch (regularKey.Axes()) {
+            case 3: regular = KeyPoints<3>(regularKey, specialKey, differs, order); break;
+            case 2: regular = KeyPoints<2>(regularKey, specialKey, differs, order); break;
+            case 1: regular = KeyPoints<1>(regularKey, specialKey, differs, order); break;
+            default: regular = KeyPoints<0>(regularKey, specialKey, differs, order); break;
         }
-        RadixSort(keys.get(), order, regular, kTopShift);
-        RadixSort(keys.get() + regular, order + regular, n - regular, kTopShift);
-        RefineRuns(keys.get(), order, regular, 0);
-        keys.reset();
+        SortRange(order, regular, 0, true);
+        SortRange(order + regular, n - regular, 0, false);
+        keys_.Release();
+        spread_.Release();
+        std::vector<Entry<Index>>().swap(entries_);
 
         NaturalMergeSort(order + regular, n - regular, less_, scratch_);
         MergeAdjacent(order, regular, n, less_, scratch_);
     }
 
 private:
-    // Orders each run of equal keys in (keys, order)[0, n).
-    void RefineRuns(std::uint64_t* keys, Index* order, std::size_t n, int depth) {
+    // Stores every point's key by point index, and puts the regular points
+    // at the front of order and the special ones behind them, both in index
+    // order; returns the number of regular points. kAxes is the regular
+    // key's number of axes, so that its steps unroll.
+    template <int kAxes>
+    std::size_t KeyPoints(const MortonKey& regularKey, const MortonKey& specialKey, const bool differs[3],
+                          Index* order) {
+        const std::size_t n = cloud_.Size();
+        std::size_t regular = 0;
+        std::size_t special = n;
+        const auto isSpecial = [differs](const double v[3]) {
+            bool any = false;
+#pragma GCC unroll 3
+            for (int a = 0; a < 3; ++a) {
+                const bool ordinary = (v[a] != 0) & (std::fabs(v[a]) <= DBL_MAX);
+                any = any | (differs[a] & !ordinary);
+            }
+            return any;
+        };
+        const auto keyOne = [&](std::size_t i, const double v[3]) {
+            if (!isSpecial(v)) {
+                keys_[i] = regularKey.Key<kAxes>(v);
+                order[regular++] = static_cast<Index>(i);
+            } else {
+                keys_[i] = specialKey(v);
+                order[--special] = static_cast<Index>(i);
+            }
+        };
+        double v[3];
+        double w[3];
+        std::size_t i = 0;
+        if constexpr (kAxes >= 2) {
+            // Two regular points at a time, keyed side by side.
+            for (; i + 1 < n; i += 2) {
+                cloud_.Get(i, v);
+                cloud_.Get(i + 1, w);
+                if (isSpecial(v) | isSpecial(w)) {
+                    keyOne(i, v);
+                    keyOne(i + 1, w);
+                    continue;
+                }
+                regularKey.KeyPair<kAxes>(v, w, keys_[i], keys_[i + 1]);
+                order[regular++] = static_cast<Index>(i);
+                order[regular++] = static_cast<Index>(i + 1);
+            }
+        }
+        for (; i < n; ++i) {
+            cloud_.Get(i, v);
+            keyOne(i, v);
+        }
+        std::reverse(order + regular, order + n);
+        return regular;
+    }
+
+    // Sorts order[0, n) (in index order where keys are equal) by the keys of
+    // its points, stably. With `refine`, every run of equal keys is then
+    // ordered within itself (Refine).
+    void SortRange(Index* order, std::size_t n, int depth, bool refine) {
+        if (n < 2) return;
+        if (n <= kCacheRange) {
+            if (SortInCache(order, n) && refine) RefineRuns(order, n, depth);
+            return;
+        }
+        const std::uint64_t first = keys_[order[0]];
+        std::uint64_t mask = 0;
+        for (std::size_t i = 1; i < n; ++i) mask |= keys_[order[i]] ^ first;
+        if (mask == 0) {
+            if (refine) Refine(order, n, depth);
+            return;
+        }
+        SplitByDigit(order, n, mask, depth, refine);
+    }
+
+    // One stable counting pass on the highest differing digit through the
+    // spread buffer, then each bucket on its own.
+    void SplitByDigit(Index* order, std::size_t n, std::uint64_t mask, int depth, bool refine) {
+        int shift = 0;
+        int bits = 0;
+        // About a thousand keys a bucket, so that most fit the cache at
+        // once. Only the buckets of differing bits fill: their write streams
+        // stay few enough for the cache however wide the digit.
+        ChooseDigit(mask, DigitFor(n, 10, kWideDigitBits - 4), kWideDigitBits, shift, bits);
+        const std::size_t buckets = std::size_t{1} << bits;
+        const std::uint64_t digit = buckets - 1;
+        std::vector<std::size_t> count(buckets + 1);
+        for (std::size_t i = 0; i < n; ++i) ++count[((keys_[order[i]] >> shift) & digit) + 1];
+        for (std::size_t b = 1; b <= buckets; ++b) count[b] += count[b - 1];
+        {
+            // The first split is the largest: the buffer is made once.
+            if (spread_.size() < n) spread_.Allocate(n);
+            std::vector<std::size_t> next(count.begin(), count.end() - 1);
+            Index* out = spread_.get();
+            for (std::size_t i = 0; i < n; ++i) {
+                const Index index = order[i];
+                out[next[(keys_[index] >> shift) & digit]++] = index;
+            }
+            std::copy(out, out + n, order);
+        }
+        for (std::size_t b = 0; b < buckets; ++b) {
+            SortRange(order + count[b], count[b + 1] - count[b], depth, refine);
+        }
+    }
+
+    // Sorts a range that fits in cache: its keys are gathered next to their
+    // indices, sorted there and the indices written back. Returns whether
+    // any two keys are equal.
+    bool SortInCache(Index* order, std::size_t n) {
+        if (entries_.size() < 2 * n) entries_.resize(std::max(2 * n, std::min(2 * kCacheRange, 4 * n)));
+        Entry<Index>* entries = entries_.data();
+        for (std::size_t i = 0; i < n; ++i) {
+            // The keys lie anywhere in memory; fetch ahead of the loads.
+            if (i + 16 < n) __builtin_prefetch(&keys_[order[i + 16]]);
+            entries[i] = {keys_[order[i]], order[i]};
+        }
+        RadixSortEntries(entries, entries + n, n);
+        bool equal = false;
+        order[0] = entries[0].index;
+        for (std::size_t i = 1; i < n; ++i) {
+            order[i] = entries[i].index;
+            equal = equal | (entries[i].key == entries[i - 1].key);
+        }
+        return equal;
+    }
+
+    // Orders each run of equal keys in order[0, n).
+    void RefineRuns(Index* order, std::size_t n, int depth) {
         for (std::size_t begin = 0; begin < n;) {
+            const std::uint64_t key = keys_[order[begin]];
             std::size_t end = begin + 1;
-            while (end < n && keys[end] == keys[begin]) ++end;
-            if (end - begin > 1) Refine(keys + begin, order + begin, end - begin, depth);
+            while (end < n && keys_[order[end]] == key) ++end;
+            if (end - begin > 1) Refine(order + begin, end - begin, depth);
             begin = end;
         }
     }
 
     // Orders n regular points that share a key and are in index order. A key
     // of their own box goes deeper than the one they share: their bits above
-    // its top are all equal, and every round splits the group.
-    void Refine(std::uint64_t* keys, Index* order, std::size_t n, int depth) {
+    // its top are all equal, and every round splits the group. The new keys
+    // replace the old ones of these points only, so the runs still to be
+    // refined keep theirs.
+    void Refine(Index* order, std::size_t n, int depth) {
         std::size_t same = 1;
         while (same < n && cloud_.Same(order[same], order[0])) ++same;
         if (same == n) return;
@@ -256,14 +448,16 @@ private:
         const MortonKey key(box);
         for (std::size_t i = 0; i < n; ++i) {
             cloud_.Get(order[i], v);
-            keys[i] = key(v);
+            keys_[order[i]] = key(v);
         }
-        RadixSort(keys, order, n, kTopShift);
-        RefineRuns(keys, order, n, depth + 1);
+        SortRange(order, n, depth + 1, true);
     }
 
     const Cloud<T>& cloud_;
     IndexLess<T> less_;
+    Buffer<std::uint64_t> keys_;  // by point index
+    Buffer<Index> spread_;        // counting passes over large ranges
+    std::vector<Entry<Index>> entries_;      // ranges sorted in cache
     std::vector<Index> scratch_;
 };
 
@@ -298,53 +492,47 @@ std::vector<std::size_t> Permutation(const void* first, std::size_t n, std::size
         ZOrder(cloud, order.data());
         return order;
     }
-    std::unique_ptr<std::uint32_t[]> order(new std::uint32_t[n]);
+    Buffer<std::uint32_t> order(n);
     ZOrder(cloud, order.get());
     return std::vector<std::size_t>(order.get(), order.get() + n);
 }
 
-// Moves points[order[i]] to points[i] for every i, in place. With each
-// point's destination at hand, a first pass moves every point into its
-// block of positions (blocks the size of a cache, cursors fetched ahead as
-// in the radix sort), a second one into its place within the block.
+// Copies points[order[i]] to out[i - first] for i in [first, last); the
+// points lie anywhere, so each is fetched a few loads ahead.
 template <typename P, typename Index>
-void Permute(P* points, const Index* order, std::size_t n) {
-    std::unique_ptr<Index[]> dest(new Index[n]);
-    for (std::size_t i = 0; i < n; ++i) dest[order[i]] = static_cast<Index>(i);
-    int shift = 12;
-    while ((n >> shift) > 1024) ++shift;
-    const std::size_t blocks = (n + (std::size_t{1} << shift) - 1) >> shift;
-    if (blocks > 1) {
-        std::vector<std::size_t> next(blocks);
-        std::vector<std::size_t> end(blocks);
-        for (std::size_t b = 0; b < blocks; ++b) {
-            next[b] = b << shift;
-            end[b] = std::min(n, (b + 1) << shift);
-        }
-        for (std::size_t b = 0; b < blocks; ++b) {
-            while (next[b] < end[b]) {
-                P point = points[next[b]];
-                Index to = dest[next[b]];
-                for (std::size_t d = to >> shift; d != b; d = to >> shift) {
-                    __builtin_prefetch(points + next[d] + 8, 1);
-                    __builtin_prefetch(dest.get() + next[d] + 32, 1);
-                    std::swap(point, points[next[d]]);
-                    std::swap(to, dest[next[d]]);
-                    ++next[d];
-                }
-                points[next[b]] = point;
-                dest[next[b]] = to;
-                ++next[b];
-            }
-        }
+void Gather(const P* points, const Index* order, std::size_t first, std::size_t last, P* out) {
+    constexpr std::size_t kAhead = 16;
+    for (std::size_t i = first; i < last; ++i) {
+        if (i + kAhead < last) __builtin_prefetch(points + order[i + kAhead]);
+        out[i - first] = points[order[i]];
     }
-    for (std::size_t i = 0; i < n; ++i) {
-        while (dest[i] != i) {
-            const std::size_t j = dest[i];
-            std::swap(points[i], points[j]);
-            std::swap(dest[i], dest[j]);
-        }
+}
+
+// Moves points[order[i]] to points[i] for every i, in place, through a
+// buffer of half the points (order is used up):
+//   1. the first half of the result is gathered into the buffer;
+//   2. the points of the second half that still lie in the first half move
+//      to places of the second half whose points went to the buffer (there
+//      are exactly as many of those), and order follows them;
+//   3. the buffer becomes the first half;
+//   4. the second half, now all from the second half, is gathered through
+//      the buffer.
+template <typename P, typename Index>
+void Permute(P* points, Index* order, std::size_t n) {
+    const std::size_t half = n / 2;
+    Buffer<P> buffer(n - half);
+    Gather(points, order, 0, half, buffer.get());
+    std::size_t freed = 0;  // scans order[0, half) for places in the second half
+    for (std::size_t i = half; i < n; ++i) {
+        if (order[i] >= half) continue;
+        while (order[freed] < half) ++freed;
+        const Index place = order[freed++];
+        points[place] = points[order[i]];
+        order[i] = place;
     }
+    std::copy(buffer.get(), buffer.get() + half, points);
+    Gather(points, order, half, n, buffer.get());
+    std::copy(buffer.get(), buffer.get() + (n - half), points + half);
 }
 
 template <typename T>
@@ -353,12 +541,12 @@ void SortInPlace(tBaseXYZPoint<T>* points, std::size_t n) {
     if (points == nullptr) throw std::invalid_argument("SortZOrder: no points");
     const Cloud<T> cloud(points, n, sizeof(tBaseXYZPoint<T>));
     if (n >= UINT32_MAX) {
-        std::unique_ptr<std::size_t[]> order(new std::size_t[n]);
+        Buffer<std::size_t> order(n);
         ZOrder(cloud, order.get());
         Permute(points, order.get(), n);
         return;
     }
-    std::unique_ptr<std::uint32_t[]> order(new std::uint32_t[n]);
+    Buffer<std::uint32_t> order(n);
     ZOrder(cloud, order.get());
     Permute(points, order.get(), n);
 }
