@@ -276,7 +276,7 @@ public:
             case 1: regular = KeyPoints<1>(regularKey, specialKey, differs, order); break;
             default: regular = KeyPoints<0>(regularKey, specialKey, differs, order); break;
         }
-        SortRange(order, regular, 0, true);
+        SortRegular(order, regular);
         SortRange(order + regular, n - regular, 0, false);
         keys_.Release();
         spread_.Release();
@@ -341,6 +341,23 @@ private:
         return regular;
     }
 
+    // Sorts the regular points, order[0, regular) in index order, like
+    // SortRange, but with the first split made in place.
+    void SortRegular(Index* order, std::size_t regular) {
+        if (regular <= kCacheRange) {
+            SortRange(order, regular, 0, true);
+            return;
+        }
+        const std::uint64_t first = keys_[order[0]];
+        std::uint64_t mask = 0;
+        for (std::size_t i = 1; i < regular; ++i) mask |= keys_[order[i]] ^ first;
+        if (mask == 0) {
+            Refine(order, regular, 0);
+            return;
+        }
+        SplitRegular(order, regular, mask);
+    }
+
     // Sorts order[0, n) (in index order where keys are equal) by the keys of
     // its points, stably. With `refine`, every run of equal keys is then
     // ordered within itself (Refine).
@@ -363,6 +380,41 @@ private:
     // One stable counting pass on the highest differing digit through the
     // spread buffer, then each bucket on its own.
     void SplitByDigit(Index* order, std::size_t n, std::uint64_t mask, int depth, bool refine) {
+        if (spread_.size() < n) spread_.Allocate(n);
+        Index* out = spread_.get();
+        const auto visit = [order, n](auto&& f) {
+            for (std::size_t i = 0; i < n; ++i) f(order[i]);
+        };
+        const std::vector<std::size_t> count = Split(visit, n, mask, out);
+        std::copy(out, out + n, order);
+        SortBuckets(order, count, depth, refine);
+    }
+
+    // The first split of the regular points, straight into order: they are
+    // every index but the special ones (listed in ascending order behind
+    // them), so they are visited by counting, and order needs no copy.
+    void SplitRegular(Index* order, std::size_t regular, std::uint64_t mask) {
+        const std::size_t n = cloud_.Size();
+        const Index* specials = order + regular;
+        const std::size_t specialCount = n - regular;
+        const auto visit = [n, specials, specialCount](auto&& f) {
+            std::size_t s = 0;
+            for (std::size_t i = 0; i < n; ++i) {
+                if (s < specialCount && specials[s] == i) {
+                    ++s;
+                    continue;
+                }
+                f(static_cast<Index>(i));
+            }
+        };
+        const std::vector<std::size_t> count = Split(visit, regular, mask, order);
+        SortBuckets(order, count, 0, true);
+    }
+
+    // One stable counting pass over the n indices that visit(f) hands to f,
+    // into out, on the highest differing digit; returns the buckets' bounds.
+    template <typename Visit>
+    std::vector<std::size_t> Split(const Visit& visit, std::size_t n, std::uint64_t mask, Index* out) {
         int shift = 0;
         int bits = 0;
         // About a thousand keys a bucket, so that most fit the cache at
@@ -371,21 +423,17 @@ private:
         ChooseDigit(mask, DigitFor(n, 10, kWideDigitBits - 4), kWideDigitBits, shift, bits);
         const std::size_t buckets = std::size_t{1} << bits;
         const std::uint64_t digit = buckets - 1;
+        const std::uint64_t* keys = keys_.get();
         std::vector<std::size_t> count(buckets + 1);
-        for (std::size_t i = 0; i < n; ++i) ++count[((keys_[order[i]] >> shift) & digit) + 1];
+        visit([&](Index index) { ++count[((keys[index] >> shift) & digit) + 1]; });
         for (std::size_t b = 1; b <= buckets; ++b) count[b] += count[b - 1];
-        {
-            // The first split is the largest: the buffer is made once.
-            if (spread_.size() < n) spread_.Allocate(n);
-            std::vector<std::size_t> next(count.begin(), count.end() - 1);
-            Index* out = spread_.get();
-            for (std::size_t i = 0; i < n; ++i) {
-                const Index index = order[i];
-                out[next[(keys_[index] >> shift) & digit]++] = index;
-            }
-            std::copy(out, out + n, order);
-        }
-        for (std::size_t b = 0; b < buckets; ++b) {
+        std::vector<std::size_t> next(count.begin(), count.end() - 1);
+        visit([&](Index index) { out[next[(keys[index] >> shift) & digit]++] = index; });
+        return count;
+    }
+
+    void SortBuckets(Index* order, const std::vector<std::size_t>& count, int depth, bool refine) {
+        for (std::size_t b = 0; b + 1 < count.size(); ++b) {
             SortRange(order + count[b], count[b + 1] - count[b], depth, refine);
         }
     }
@@ -456,7 +504,7 @@ private:
     const Cloud<T>& cloud_;
     IndexLess<T> less_;
     Buffer<std::uint64_t> keys_;  // by point index
-    Buffer<Index> spread_;        // counting passes over large ranges
+    Buffer<Index> spread_;        // counting passes over large ranges after the first
     std::vector<Entry<Index>> entries_;      // ranges sorted in cache
     std::vector<Index> scratch_;
 };
