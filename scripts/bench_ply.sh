@@ -5,6 +5,7 @@
 #   write: Open3D writes the binary PLY      vs  `lxscan export --ply` of the
 #          converted scan (whole program: open, decode, write, fsync, rename).
 # The sides take turns RUNS times; medians count (the machine may be shared).
+# Each write starts with no output file and no dirty pages left by the other.
 #
 # Usage: scripts/bench_ply.sh [LXSCAN]
 #   LXSCAN  the tool (default: build/default/tools/lxscan/lxscan)
@@ -41,6 +42,9 @@ open3d_times() {
 import sys, time, open3d as o3d
 work = sys.argv[1]
 t = time.perf_counter(); p = o3d.io.read_point_cloud(work + "/open3d.ply"); read = time.perf_counter() - t
+import os
+if os.path.exists(work + "/open3d_out.ply"): os.remove(work + "/open3d_out.ply")
+os.sync()  # neither side pays for the other's write-back
 t = time.perf_counter(); o3d.io.write_point_cloud(work + "/open3d_out.ply", p); write = time.perf_counter() - t
 print(f"{read:.4f} {write:.4f}")
 EOF
@@ -56,6 +60,8 @@ for ((run = 1; run <= runs; run++)); do
     o3d_read+=("$r"); o3d_write+=("$w")
     "$lxscan" convert "$work/open3d.ply" -o "$work/scan.lxs" --no-verify > "$work/convert.txt"
     our_read+=("$(sed -nE 's/^seconds +read ([0-9.]+),.*/\1/p' "$work/convert.txt")")
+    rm -f "$work/ours.ply"
+    sync  # neither side pays for the other's write-back
     start=$(now)
     "$lxscan" -q export "$work/scan.lxs" --ply "$work/ours.ply"
     our_write+=("$(awk "BEGIN { print $(now) - $start }")")
