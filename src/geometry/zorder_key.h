@@ -45,23 +45,30 @@ struct KeyBox {
     }
 };
 
-// Moves bit k of v to bit 3k (v below 2^21).
-inline std::uint64_t Spread3(std::uint64_t v) {
-    v = (v | v << 32) & 0x1F00000000FFFFull;
-    v = (v | v << 16) & 0x1F0000FF0000FFull;
-    v = (v | v << 8) & 0x100F00F00F00F00Full;
-    v = (v | v << 4) & 0x10C30C30C30C30C3ull;
-    v = (v | v << 2) & 0x1249249249249249ull;
-    return v;
-}
+// Interleaving: moving bit k of a value to bit kAxes * k, in five
+// shift-or-mask steps (values below 2^21 for three axes, 2^32 for two).
+struct SpreadStep {
+    int shift;
+    std::uint64_t mask;
+};
+constexpr SpreadStep kSpreadSteps[2][5] = {
+    {{16, 0x0000FFFF0000FFFFull},
+     {8, 0x00FF00FF00FF00FFull},
+     {4, 0x0F0F0F0F0F0F0F0Full},
+     {2, 0x3333333333333333ull},
+     {1, 0x5555555555555555ull}},
+    {{32, 0x1F00000000FFFFull},
+     {16, 0x1F0000FF0000FFull},
+     {8, 0x100F00F00F00F00Full},
+     {4, 0x10C30C30C30C30C3ull},
+     {2, 0x1249249249249249ull}},
+};
 
-// Moves bit k of v to bit 2k (v below 2^32).
-inline std::uint64_t Spread2(std::uint64_t v) {
-    v = (v | v << 16) & 0x0000FFFF0000FFFFull;
-    v = (v | v << 8) & 0x00FF00FF00FF00FFull;
-    v = (v | v << 4) & 0x0F0F0F0F0F0F0F0Full;
-    v = (v | v << 2) & 0x3333333333333333ull;
-    v = (v | v << 1) & 0x5555555555555555ull;
+template <int kAxes>
+inline std::uint64_t Spread(std::uint64_t v) {
+    if (kAxes < 2) return v;
+#pragma GCC unroll 5
+    for (const SpreadStep& step : kSpreadSteps[kAxes - 2]) v = (v | v << step.shift) & step.mask;
     return v;
 }
 
@@ -150,7 +157,7 @@ public:
             const std::uint64_t negative = value < 0;
             bits = negative ? mask_[s] - bits : bits;
             key |= (negative ^ 1) << (63 - s);
-            key |= Interleave<kAxes>(bits) << shift_[s];
+            key |= Spread<kAxes>(bits) << shift_[s];
         }
         return key;
     }
@@ -193,24 +200,13 @@ public:
 
 private:
 #ifdef __SSE2__
-    // Spread3 or Spread2 on both 64-bit lanes.
+    // Spread<kAxes> on both 64-bit lanes.
     template <int kAxes>
     static __m128i SpreadPair(__m128i v) {
-        const auto step = [](__m128i x, __m128i shifted, std::uint64_t m) {
-            return _mm_and_si128(_mm_or_si128(x, shifted), _mm_set1_epi64x(static_cast<long long>(m)));
-        };
-        if (kAxes == 3) {
-            v = step(v, _mm_slli_epi64(v, 32), 0x1F00000000FFFFull);
-            v = step(v, _mm_slli_epi64(v, 16), 0x1F0000FF0000FFull);
-            v = step(v, _mm_slli_epi64(v, 8), 0x100F00F00F00F00Full);
-            v = step(v, _mm_slli_epi64(v, 4), 0x10C30C30C30C30C3ull);
-            v = step(v, _mm_slli_epi64(v, 2), 0x1249249249249249ull);
-        } else {
-            v = step(v, _mm_slli_epi64(v, 16), 0x0000FFFF0000FFFFull);
-            v = step(v, _mm_slli_epi64(v, 8), 0x00FF00FF00FF00FFull);
-            v = step(v, _mm_slli_epi64(v, 4), 0x0F0F0F0F0F0F0F0Full);
-            v = step(v, _mm_slli_epi64(v, 2), 0x3333333333333333ull);
-            v = step(v, _mm_slli_epi64(v, 1), 0x5555555555555555ull);
+#pragma GCC unroll 5
+        for (const SpreadStep& step : kSpreadSteps[kAxes - 2]) {
+            const __m128i shifted = _mm_sll_epi64(v, _mm_cvtsi32_si128(step.shift));
+            v = _mm_and_si128(_mm_or_si128(v, shifted), _mm_set1_epi64x(static_cast<long long>(step.mask)));
         }
         return v;
     }
@@ -229,10 +225,6 @@ private:
 #endif
     }
 
-    template <int kAxes>
-    static std::uint64_t Interleave(std::uint64_t bits) {
-        return kAxes == 3 ? Spread3(bits) : kAxes == 2 ? Spread2(bits) : bits;
-    }
 
     int count_ = 0;
     int axis_[3] = {0, 0, 0};
