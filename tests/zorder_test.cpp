@@ -274,6 +274,25 @@ TEST(ZOrderSort, StridedFormReadsPointsInsideRecords) {
                  std::invalid_argument);
 }
 
+TEST(ZOrderSort, CloudsLargerThanTheCacheSplitFirst) {
+    // Beyond some tens of thousands of points the keys are split into
+    // buckets before they are sorted in cache; equal keys, clusters and
+    // special points then meet the splitting passes.
+    CheckTransitiveClouds<double>(80000);
+    std::mt19937_64 random(8);
+    std::uniform_real_distribution<double> unit(-1.0, 1.0);
+    Cloud<double> cloud;
+    for (int i = 0; i < 120000; ++i) {
+        // A dense cluster that fills one bucket of the first split, inside
+        // a sparse cloud, with zeros now and then.
+        const double scale = i % 2 == 0 ? 1e-9 : 100.0;
+        cloud.emplace_back(7 + scale * unit(random), 7 + scale * unit(random), 7 + scale * unit(random));
+    }
+    CheckSort(cloud, true, "dense cluster in a sparse cloud");
+    for (std::size_t i = 0; i < cloud.size(); i += 97) cloud[i].y = 0.0;
+    CheckSort(cloud, false, "dense cluster with zeros");
+}
+
 TEST(ZOrderSort, HeavyMillionsOfPoints) {
     // Deep radix recursion, the blocked in-place permutation, and groups of
     // equal keys at scale.
