@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "keep_heap.h"
 #include "lxbase/components.h"
 #include "lxbase/date.h"
 #include "lxbase/text.h"

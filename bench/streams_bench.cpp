@@ -1,25 +1,15 @@
 // Memory streams and the versioned header against the plain containers and
 // copies they stand in for.
-#include <malloc.h>
-
 #include <cstring>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
+#include "keep_heap.h"
 #include "lxbase/header.h"
 #include "lxbase/streams.h"
 
 namespace {
-
-// Keep freed memory in the process: otherwise glibc's adaptive trimming makes
-// every fresh buffer fault its pages in again, and the figures measure the
-// kernel's page-fault path rather than the streams.
-const bool kMallocTuned = [] {
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    mallopt(M_MMAP_THRESHOLD, 1 << 30);
-    return true;
-}();
 
 constexpr std::size_t kRecords = 1 << 16;  // 1 MiB of 16-byte records, a typical block
 constexpr std::size_t kBlock = 1 << 20;

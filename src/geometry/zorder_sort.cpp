@@ -323,7 +323,9 @@ private:
             for (; i + 1 < n; i += 2) {
                 cloud_.Get(i, v);
                 cloud_.Get(i + 1, w);
-                if (isSpecial(v) | isSpecial(w)) {
+                const bool specialV = isSpecial(v);
+                const bool specialW = isSpecial(w);
+                if (specialV || specialW) {
                     keyOne(i, v);
                     keyOne(i + 1, w);
                     continue;
