@@ -14,3 +14,13 @@ if(LXBASE_WERROR)
   add_compile_options(-Werror)
 endif()
 add_compile_definitions(_FILE_OFFSET_BITS=64)
+
+# lxbase_export_map(<target> <map>): a shared library target exports only the
+# symbols its linker version script names; a static build ignores it.
+function(lxbase_export_map target map)
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL "SHARED_LIBRARY")
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${map}")
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
+  endif()
+endfunction()
