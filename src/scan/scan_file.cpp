@@ -37,7 +37,6 @@ lxbase::XYZ GetXYZ(const char* data, std::size_t offset) {
 }
 
 constexpr std::size_t kDateBytes = 32;
-constexpr std::uint16_t kLargestNormalCode = 16224;
 
 std::string Hex(std::uint64_t value) {
     char text[24];
@@ -340,7 +339,7 @@ VerifyResult CheckScanFile(RecordFile& reader, const ProgressCallback& progress)
             DecodeRecord(&buffer[i * recordSize], header.coordinateBytes, point);
             const std::string where = "byte " + std::to_string(reader.RecordPosition(index)) + ": point " +
                                       std::to_string(index);
-            if (point.attributes.GetNormalCode() > kLargestNormalCode)
+            if (point.attributes.GetNormalCode() > lxbase::HNormalRGB::sLargestNormalCode)
                 reader.Fail(where + " has normal code " + std::to_string(point.attributes.GetNormalCode()) +
                             ", which stands for no direction");
             if (index > 0 && point.position < previous.position) reader.Fail(where + " is out of Z-order");
