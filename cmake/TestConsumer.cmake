@@ -4,11 +4,12 @@
 #   2. installed and compiled with the flags pkg-config gives;
 #   3. built from source inside the consumer with add_subdirectory.
 # None of them may need a test, benchmark or example dependency, so finding
-# those is disabled in the CMake builds.
+# those is disabled in the CMake builds. Where the build has liblxscan
+# (WITH_SCAN), a second program on it is built and run in each way too.
 # Variables: BUILD_DIR, SOURCE_DIR, CONSUMER_DIR, WORK_DIR, LIBDIR,
 # CXX_COMPILER, CXX_LAUNCHER, CXX_FLAGS (the consumer is built like the library:
 # a sanitizer build needs its runtime).
-file(REMOVE_RECURSE ${WORK_DIR}/prefix ${WORK_DIR}/installed ${WORK_DIR}/subdirectory)
+file(REMOVE_RECURSE ${WORK_DIR}/prefix ${WORK_DIR}/installed ${WORK_DIR}/subdirectory ${WORK_DIR}/pkgconfig)
 set(prefix ${WORK_DIR}/prefix)
 
 function(run)
@@ -23,9 +24,24 @@ set(configure_args --no-warn-unused-cli
   -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
   -DCMAKE_CXX_COMPILER_LAUNCHER=${CXX_LAUNCHER}
   "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
-foreach(package IN ITEMS GTest benchmark Eigen3 PNG)
+foreach(package IN ITEMS GTest benchmark Eigen3)
   list(APPEND configure_args -DCMAKE_DISABLE_FIND_PACKAGE_${package}=ON)
 endforeach()
+if(WITH_SCAN)
+  list(APPEND configure_args -DWITH_SCAN=ON)
+else()
+  # Without the scan module nothing may ask for libpng either.
+  list(APPEND configure_args -DCMAKE_DISABLE_FIND_PACKAGE_PNG=ON)
+endif()
+file(MAKE_DIRECTORY ${WORK_DIR})
+
+# Runs the built consumers of one way; the scan consumer writes in WORK_DIR.
+function(run_consumers directory)
+  run(${CMAKE_COMMAND} -E chdir ${WORK_DIR} ${ARGN} ${directory}/consumer)
+  if(WITH_SCAN)
+    run(${CMAKE_COMMAND} -E chdir ${WORK_DIR} ${ARGN} ${directory}/scan_consumer)
+  endif()
+endfunction()
 
 # 1. find_package
 message(STATUS "consumer: find_package")
@@ -33,7 +49,7 @@ run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/installed
     -DCMAKE_PREFIX_PATH=${prefix} ${configure_args})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/installed)
-run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${LIBDIR} ${WORK_DIR}/installed/consumer)
+run_consumers(${WORK_DIR}/installed ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${LIBDIR})
 
 # 2. pkg-config
 message(STATUS "consumer: pkg-config")
@@ -46,12 +62,24 @@ if(NOT rc EQUAL 0)
 endif()
 separate_arguments(flags UNIX_COMMAND "${flags}")
 separate_arguments(extra UNIX_COMMAND "${CXX_FLAGS}")
-run(${CXX_COMPILER} ${extra} -std=c++17 ${CONSUMER_DIR}/consumer.cpp ${flags} -o ${WORK_DIR}/consumer_pc)
-run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${LIBDIR} ${WORK_DIR}/consumer_pc)
+file(MAKE_DIRECTORY ${WORK_DIR}/pkgconfig)
+run(${CXX_COMPILER} ${extra} -std=c++17 ${CONSUMER_DIR}/consumer.cpp ${flags} -o ${WORK_DIR}/pkgconfig/consumer)
+if(WITH_SCAN)
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/${LIBDIR}/pkgconfig
+                          ${PKG_CONFIG} --cflags --libs lxscan
+                  OUTPUT_VARIABLE scan_flags RESULT_VARIABLE rc OUTPUT_STRIP_TRAILING_WHITESPACE)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "pkg-config does not know lxscan")
+  endif()
+  separate_arguments(scan_flags UNIX_COMMAND "${scan_flags}")
+  run(${CXX_COMPILER} ${extra} -std=c++17 ${CONSUMER_DIR}/scan_consumer.cpp ${scan_flags}
+      -o ${WORK_DIR}/pkgconfig/scan_consumer)
+endif()
+run_consumers(${WORK_DIR}/pkgconfig ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${LIBDIR})
 
 # 3. add_subdirectory
 message(STATUS "consumer: add_subdirectory")
 run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/subdirectory
     -DLXBASE_SOURCE_DIR=${SOURCE_DIR} ${configure_args})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/subdirectory --parallel 2)
-run(${WORK_DIR}/subdirectory/consumer)
+run_consumers(${WORK_DIR}/subdirectory)
