@@ -226,15 +226,13 @@ public:
         for (std::size_t i = 0; i < n && i < 2; ++i) order[i] = static_cast<Index>(i);
         if (n < 2) return;
 
-        // Pass one: axes with a single value, and the ranges to key in.
+        // Pass one: axes with a single value, and the range of the regular
+        // points' values to key in.
         double first[3];
         cloud_.Get(0, first);
         bool differs[3] = {false, false, false};
-        double regularLow[3], regularHigh[3], specialLow[3], specialHigh[3];
-        for (int a = 0; a < 3; ++a) {
-            regularLow[a] = specialLow[a] = HUGE_VAL;
-            regularHigh[a] = specialHigh[a] = -HUGE_VAL;
-        }
+        double low[3] = {HUGE_VAL, HUGE_VAL, HUGE_VAL};
+        double high[3] = {-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
         double v[3];
         for (std::size_t i = 0; i < n; ++i) {
             cloud_.Get(i, v);
@@ -242,40 +240,32 @@ public:
             for (int a = 0; a < 3; ++a) {
                 // Selections, not branches: signs and zeros come at random.
                 differs[a] = differs[a] | !(v[a] == first[a]);
-                const bool finite = std::fabs(v[a]) <= DBL_MAX;
-                const bool ordinary = finite & (v[a] != 0);
-                specialLow[a] = std::min(specialLow[a], finite ? v[a] : HUGE_VAL);
-                specialHigh[a] = std::max(specialHigh[a], finite ? v[a] : -HUGE_VAL);
-                regularLow[a] = std::min(regularLow[a], ordinary ? v[a] : HUGE_VAL);
-                regularHigh[a] = std::max(regularHigh[a], ordinary ? v[a] : -HUGE_VAL);
+                const bool ordinary = (std::fabs(v[a]) <= DBL_MAX) & (v[a] != 0);
+                low[a] = std::min(low[a], ordinary ? v[a] : HUGE_VAL);
+                high[a] = std::max(high[a], ordinary ? v[a] : -HUGE_VAL);
             }
         }
         KeyBox regularBox;  // finite non-zero values
-        KeyBox specialBox;  // finite values
         for (int a = 0; a < 3; ++a) {
-            if (regularLow[a] <= regularHigh[a]) {
-                regularBox.Add(a, regularLow[a]);
-                regularBox.Add(a, regularHigh[a]);
-            }
-            if (specialLow[a] <= specialHigh[a]) {
-                specialBox.Add(a, specialLow[a]);
-                specialBox.Add(a, specialHigh[a]);
+            if (low[a] <= high[a]) {
+                regularBox.Add(a, low[a]);
+                regularBox.Add(a, high[a]);
             }
         }
 
-        // Pass two: every point's key, stored by point index; regular points
-        // to the front of order and special points to the back, each in
-        // index order.
+        // Pass two: every regular point's key, stored by point index; the
+        // regular points to the front of order and the special ones to the
+        // back, each in index order.
         keys_.Allocate(n);
         const MortonKey regularKey(regularBox);
-        const MortonKey specialKey(specialBox);
         std::size_t regular = 0;
         switch (regularKey.Axes()) {
-            case 3: regular = KeyPoints<3>(regularKey, specialKey, differs, order); break;
-            case 2: regular = KeyPoints<2>(regularKey, specialKey, differs, order); break;
-            case 1: regular = KeyPoints<1>(regularKey, specialKey, differs, order); break;
-            default: regular = KeyPoints<0>(regularKey, specialKey, differs, order); break;
+            case 3: regular = KeyPoints<3>(regularKey, differs, order); break;
+            case 2: regular = KeyPoints<2>(regularKey, differs, order); break;
+            case 1: regular = KeyPoints<1>(regularKey, differs, order); break;
+            default: regular = KeyPoints<0>(regularKey, differs, order); break;
         }
+        KeySpecialPoints(order + regular, n - regular);
         SortRegular(order, regular);
         SortRange(order + regular, n - regular, 0, false);
         keys_.Release();
@@ -292,8 +282,7 @@ private:
     // order; returns the number of regular points. kAxes is the regular
     // key's number of axes, so that its steps unroll.
     template <int kAxes>
-    std::size_t KeyPoints(const MortonKey& regularKey, const MortonKey& specialKey, const bool differs[3],
-                          Index* order) {
+    std::size_t KeyPoints(const MortonKey& regularKey, const bool differs[3], Index* order) {
         const std::size_t n = cloud_.Size();
         std::size_t regular = 0;
         std::size_t special = n;
@@ -311,7 +300,6 @@ private:
                 keys_[i] = regularKey.Key<kAxes>(v);
                 order[regular++] = static_cast<Index>(i);
             } else {
-                keys_[i] = specialKey(v);
                 order[--special] = static_cast<Index>(i);
             }
         };
@@ -341,6 +329,24 @@ private:
         }
         std::reverse(order + regular, order + n);
         return regular;
+    }
+
+    // Keys the special points, order[0, n), within the box of their own
+    // finite values: a close start for sorting them by operator<.
+    void KeySpecialPoints(const Index* order, std::size_t n) {
+        KeyBox box;
+        double v[3];
+        for (std::size_t i = 0; i < n; ++i) {
+            cloud_.Get(order[i], v);
+            for (int a = 0; a < 3; ++a) {
+                if (std::fabs(v[a]) <= DBL_MAX) box.Add(a, v[a]);
+            }
+        }
+        const MortonKey key(box);
+        for (std::size_t i = 0; i < n; ++i) {
+            cloud_.Get(order[i], v);
+            keys_[order[i]] = key(v);
+        }
     }
 
     // Sorts the regular points, order[0, regular) in index order, like
