@@ -19,7 +19,8 @@
 //     coordinates finite and non-zero), the result is exactly that of
 //     std::stable_sort with operator<: equal points keep their input order;
 //   - the result depends on the input only (no threads, no randomness).
-// Working memory: at most 16 bytes a point beyond the input and the result.
+// Working memory: at most 16 bytes a point beyond the input and the result
+// (clouds of 2^32 - 1 points or more need 64-bit indices: up to 20 bytes).
 
 #include <cstddef>
 #include <cstdint>
