@@ -17,7 +17,9 @@
 
 namespace lxscan {
 
-struct ScanWriter::Impl {
+// A nested class takes the visibility of ScanWriter, which is exported; the
+// writer's state is the library's own business, so its members stay hidden.
+struct __attribute__((visibility("hidden"))) ScanWriter::Impl {
     // The order of the points is a 32-bit index array.
     static constexpr std::uint64_t kMaxPoints = std::numeric_limits<std::uint32_t>::max();
 
