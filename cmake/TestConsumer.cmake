@@ -54,26 +54,23 @@ run_consumers(${WORK_DIR}/installed ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${pr
 # 2. pkg-config
 message(STATUS "consumer: pkg-config")
 find_program(PKG_CONFIG pkg-config REQUIRED)
-execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/${LIBDIR}/pkgconfig
-                        ${PKG_CONFIG} --cflags --libs lxbase
-                OUTPUT_VARIABLE flags RESULT_VARIABLE rc OUTPUT_STRIP_TRAILING_WHITESPACE)
-if(NOT rc EQUAL 0)
-  message(FATAL_ERROR "pkg-config does not know lxbase")
-endif()
-separate_arguments(flags UNIX_COMMAND "${flags}")
 separate_arguments(extra UNIX_COMMAND "${CXX_FLAGS}")
 file(MAKE_DIRECTORY ${WORK_DIR}/pkgconfig)
-run(${CXX_COMPILER} ${extra} -std=c++17 ${CONSUMER_DIR}/consumer.cpp ${flags} -o ${WORK_DIR}/pkgconfig/consumer)
-if(WITH_SCAN)
+# Compiles source into WORK_DIR/pkgconfig/<program> with the flags that
+# pkg-config gives for package.
+function(build_with_pkg_config package source program)
   execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/${LIBDIR}/pkgconfig
-                          ${PKG_CONFIG} --cflags --libs lxscan
-                  OUTPUT_VARIABLE scan_flags RESULT_VARIABLE rc OUTPUT_STRIP_TRAILING_WHITESPACE)
+                          ${PKG_CONFIG} --cflags --libs ${package}
+                  OUTPUT_VARIABLE flags RESULT_VARIABLE rc OUTPUT_STRIP_TRAILING_WHITESPACE)
   if(NOT rc EQUAL 0)
-    message(FATAL_ERROR "pkg-config does not know lxscan")
+    message(FATAL_ERROR "pkg-config does not know ${package}")
   endif()
-  separate_arguments(scan_flags UNIX_COMMAND "${scan_flags}")
-  run(${CXX_COMPILER} ${extra} -std=c++17 ${CONSUMER_DIR}/scan_consumer.cpp ${scan_flags}
-      -o ${WORK_DIR}/pkgconfig/scan_consumer)
+  separate_arguments(flags UNIX_COMMAND "${flags}")
+  run(${CXX_COMPILER} ${extra} -std=c++17 ${CONSUMER_DIR}/${source} ${flags} -o ${WORK_DIR}/pkgconfig/${program})
+endfunction()
+build_with_pkg_config(lxbase consumer.cpp consumer)
+if(WITH_SCAN)
+  build_with_pkg_config(lxscan scan_consumer.cpp scan_consumer)
 endif()
 run_consumers(${WORK_DIR}/pkgconfig ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${LIBDIR})
 

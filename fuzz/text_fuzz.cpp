@@ -38,39 +38,42 @@ Outcome Run(Convert convert, Out& out) {
     return outcome;
 }
 
+// Converts input with the library's conversion and with utf8-cpp's one-pass
+// conversion; aborts unless both give the same outcome and result. Returns
+// whether the conversion succeeded, with its result in out.
+template <typename Out, typename In, typename Ours, typename OnePass>
+bool SameAsOnePass(const In& input, Ours ours, OnePass onePass, Out& out) {
+    Out reference;
+    const Outcome outcome = Run([&] { return ours(input); }, out);
+    const Outcome expected = Run(
+        [&] {
+            Out whole;
+            onePass(input.begin(), input.end(), std::back_inserter(whole));
+            return whole;
+        },
+        reference);
+    if (outcome != expected || (outcome.kind == 0 && out != reference)) std::abort();
+    return outcome.kind == 0;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    using Narrow = std::string::const_iterator;
+    using Wide = std::u16string::const_iterator;
     const std::string narrow(reinterpret_cast<const char*>(bytes), size);
     std::u16string wide;
-    std::u16string reference;
-    const Outcome decoded = Run([&] { return lxbase::Decode_UTF8(narrow); }, wide);
-    const Outcome expected = Run(
-        [&] {
-            std::u16string out;
-            utf8::utf8to16(narrow.begin(), narrow.end(), std::back_inserter(out));
-            return out;
-        },
-        reference);
-    if (decoded != expected || (decoded.kind == 0 && wide != reference)) std::abort();
-    if (decoded.kind == 0 && (lxbase::Encode_UTF8(wide) != narrow || lxbase::ConvertString(narrow) != wide))
+    if (SameAsOnePass(narrow, lxbase::Decode_UTF8, utf8::utf8to16<std::back_insert_iterator<std::u16string>, Narrow>,
+                      wide) &&
+        (lxbase::Encode_UTF8(wide) != narrow || lxbase::ConvertString(narrow) != wide))
         std::abort();
 
     std::u16string units(size / 2, u'\0');
     for (std::size_t i = 0; i < units.size(); ++i)
         units[i] = static_cast<char16_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
     std::string encoded;
-    std::string encodedReference;
-    const Outcome encodedOutcome = Run([&] { return lxbase::Encode_UTF8(units); }, encoded);
-    const Outcome encodedExpected = Run(
-        [&] {
-            std::string out;
-            utf8::utf16to8(units.begin(), units.end(), std::back_inserter(out));
-            return out;
-        },
-        encodedReference);
-    if (encodedOutcome != encodedExpected || (encodedOutcome.kind == 0 && encoded != encodedReference)) std::abort();
-    if (encodedOutcome.kind == 0 &&
+    if (SameAsOnePass(units, lxbase::Encode_UTF8, utf8::utf16to8<Wide, std::back_insert_iterator<std::string>>,
+                      encoded) &&
         (lxbase::Decode_UTF8(encoded) != units || lxbase::ConvertString(units) != encoded))
         std::abort();
     return 0;
